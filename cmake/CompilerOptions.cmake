@@ -1,0 +1,20 @@
+# What every target of this project is compiled with; not passed on to those who use the library.
+add_library(camera_depth_rw_options INTERFACE)
+
+# Depth codes are single-precision arithmetic in a fixed order on every machine: no contraction to
+# fused multiply-add, and never -ffast-math.
+target_compile_options(camera_depth_rw_options INTERFACE -ffp-contract=off)
+target_compile_options(camera_depth_rw_options INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+if(CAMERA_DEPTH_RW_WARNINGS_AS_ERRORS)
+  target_compile_options(camera_depth_rw_options INTERFACE -Werror)
+endif()
+
+# The optimised loops over pixels want the vectoriser, which GCC 12 turns on at -O3 only.
+string(REPLACE "-O2" "-O3" CMAKE_CXX_FLAGS_RELWITHDEBINFO "${CMAKE_CXX_FLAGS_RELWITHDEBINFO}")
+
+if(CAMERA_DEPTH_RW_SANITIZE)
+  # Float division by zero is left out: a rate limit of 0 divides by it on purpose.
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

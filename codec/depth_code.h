@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <cmath>
+
+#include "codec/frame_format.h"
+#include "codec/numeric.h"
+
+/// Depth codes: single-precision arithmetic in a fixed order, for codes must be the same
+/// everywhere.
+namespace depth_io {
+
+/// Code of `depth` (metres) relative to `reference`, rounded half away from zero.
+inline int encode_depth(float depth, float reference) {
+  const float steps = (kHalfWindow + (depth - reference)) * kCodesPerMetre;
+  return round_half_away(static_cast<double>(steps));
+}
+
+/// Distance from the reference depth that each code stands for, metres.
+inline constexpr std::array<float, kLargestCode + 1> kCodeOffsets = [] {
+  std::array<float, kLargestCode + 1> offsets{};
+  for (int code = 0; code <= kLargestCode; ++code) {
+    offsets[static_cast<std::size_t>(code)] =
+        static_cast<float>(code) / kCodesPerMetre - kHalfWindow;
+  }
+  return offsets;
+}();
+
+inline bool is_valid_code(int code) { return code >= 0 && code <= kLargestCode; }
+
+/// Depth (metres) of a valid code.
+inline float decode_depth(int code, float reference) {
+  return kCodeOffsets[static_cast<std::size_t>(code)] + reference;
+}
+
+/// Not-a-number stays what it is.
+inline float clamp_depth(float depth) {
+  if (depth < kSmallestDepth) return kSmallestDepth;
+  if (depth > kLargestDepth) return kLargestDepth;
+  return depth;
+}
+
+/// Whether a label of this reference depth can code `depth`; never for not-a-number.
+inline bool fits_window(float depth, float reference) {
+  return std::fabs(depth - reference) <= kHalfWindow;
+}
+
+}  // namespace depth_io

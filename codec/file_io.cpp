@@ -1,0 +1,145 @@
+#include "codec/file_io.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <utility>
+
+namespace depth_io {
+namespace {
+
+/// Repeats a call that a signal interrupted; not for ever, in case the interruption is a fault.
+template <typename Call>
+auto retry_when_interrupted(Call call) {
+  constexpr int kMostTries = 1000;
+  auto result = call();
+  for (int tries = 1; result < 0 && errno == EINTR && tries < kMostTries; ++tries) result = call();
+  return result;
+}
+
+/// Opens `path` on a descriptor above the three standard ones: a process that was started with one
+/// of them closed must not print into a recording.
+int open_above_standard(const char* path, int flags) {
+  if (path == nullptr) return -1;
+  const int descriptor =
+      retry_when_interrupted([&] { return open(path, flags | O_CLOEXEC | O_NOCTTY, 0666); });
+  if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+  const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  close(descriptor);
+  return moved;
+}
+
+/// Closes its descriptor when it goes out of scope.
+struct ScopedDescriptor {
+  int value;
+  ~ScopedDescriptor() {
+    if (value >= 0) close(value);
+  }
+};
+
+}  // namespace
+
+FileBytes::FileBytes(std::unique_ptr<char[]> bytes, std::size_t size)
+    : bytes_(std::move(bytes)), size_(size) {}
+
+std::span<const unsigned char> FileBytes::bytes() const {
+  return {reinterpret_cast<const unsigned char*>(bytes_.get()), size_};
+}
+
+std::optional<FileBytes> read_regular_file(const char* path) {
+  const ScopedDescriptor file{open_above_standard(path, O_RDONLY | O_NONBLOCK)};
+  struct stat status = {};
+  if (file.value < 0 || fstat(file.value, &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  const auto size = static_cast<std::size_t>(status.st_size);
+  if (size > kLargestFile) return {};
+
+  auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
+  std::size_t filled = 0;
+  while (filled < size) {
+    const auto count = retry_when_interrupted(
+        [&] { return read(file.value, bytes.get() + filled, size - filled); });
+    if (count < 0) return {};
+    if (count == 0) break;
+    filled += static_cast<std::size_t>(count);
+  }
+  return FileBytes(std::move(bytes), filled);
+}
+
+OutputFile::OutputFile(const char* path)
+    : descriptor_(
+          open_above_standard(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK)),
+      failed_(descriptor_ < 0) {}
+
+OutputFile::~OutputFile() { close(); }
+
+bool OutputFile::write(const char* bytes, std::size_t size) {
+  while (size > 0 && !failed_) {
+    const auto count = retry_when_interrupted([&] { return ::write(descriptor_, bytes, size); });
+    if (count <= 0) {
+      failed_ = true;
+    } else {
+      bytes += count;
+      size -= static_cast<std::size_t>(count);
+    }
+  }
+  return !failed_;
+}
+
+bool OutputFile::close() {
+  if (descriptor_ >= 0 && ::close(descriptor_) != 0) failed_ = true;
+  descriptor_ = -1;
+  return !failed_;
+}
+
+BufferedFile::BufferedFile(const char* path) : file_(path) {}
+
+void BufferedFile::write(std::string_view text) {
+  if (text.size() > sizeof buffer_) {
+    flush();
+    file_.write(text.data(), text.size());
+    return;
+  }
+  make_room(text.size());
+  std::memcpy(buffer_ + used_, text.data(), text.size());
+  used_ += text.size();
+}
+
+void BufferedFile::write_byte(unsigned char byte) {
+  make_room(1);
+  buffer_[used_++] = static_cast<char>(byte);
+}
+
+void BufferedFile::write_int(int number) {
+  constexpr std::size_t kLongest = 12;
+  make_room(kLongest);
+  const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_, number);
+  used_ = static_cast<std::size_t>(end.ptr - buffer_);
+}
+
+void BufferedFile::write_fixed(float number) {
+  constexpr std::size_t kLongest = 64;
+  make_room(kLongest);
+  const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_,
+                                 static_cast<double>(number), std::chars_format::fixed, 6);
+  used_ = static_cast<std::size_t>(end.ptr - buffer_);
+}
+
+bool BufferedFile::close() {
+  flush();
+  return file_.close();
+}
+
+void BufferedFile::make_room(std::size_t size) {
+  if (sizeof buffer_ - used_ < size) flush();
+}
+
+void BufferedFile::flush() {
+  file_.write(buffer_, used_);
+  used_ = 0;
+}
+
+}  // namespace depth_io

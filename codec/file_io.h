@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+/// Files, opened so that nothing odd in a recording directory can block, redirect or drown us.
+namespace depth_io {
+
+/// No file of a recording comes near this; larger ones are not read.
+inline constexpr std::size_t kLargestFile = std::size_t{64} * 1024 * 1024;
+
+/// The whole of a file in memory.
+class FileBytes {
+ public:
+  FileBytes(std::unique_ptr<char[]> bytes, std::size_t size);
+
+  std::string_view text() const { return {bytes_.get(), size_}; }
+  std::span<const unsigned char> bytes() const;
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  std::size_t size_;
+};
+
+/// Reads a regular file of at most `kLargestFile` bytes. Nothing for anything else: FIFOs and
+/// devices are never waited for. Throws only when memory runs out.
+std::optional<FileBytes> read_regular_file(const char* path);
+
+/// A file being written, without a buffer. Follows no link in the last place of the path, never
+/// takes one of the descriptors 0 to 2, and remembers the first error.
+class OutputFile {
+ public:
+  explicit OutputFile(const char* path);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  bool is_open() const { return descriptor_ >= 0; }
+  bool write(const char* bytes, std::size_t size);
+  /// Closes; true when every write and the closing succeeded.
+  bool close();
+
+ private:
+  int descriptor_;
+  bool failed_;
+};
+
+/// A file written through a buffer: a small file goes out in one call. Numbers look the same in
+/// every locale.
+class BufferedFile {
+ public:
+  explicit BufferedFile(const char* path);
+
+  bool is_open() const { return file_.is_open(); }
+  void write(std::string_view text);
+  void write_byte(unsigned char byte);
+  void write_int(int number);
+  /// Six decimals, as "%f".
+  void write_fixed(float number);
+  /// Writes out what is buffered and closes; true when all of it reached the file.
+  bool close();
+
+ private:
+  void make_room(std::size_t size);
+  void flush();
+
+  OutputFile file_;
+  std::size_t used_ = 0;
+  char buffer_[32 * 1024];
+};
+
+}  // namespace depth_io

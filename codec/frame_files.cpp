@@ -1,0 +1,185 @@
+#include "codec/frame_files.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "codec/depth_code.h"
+#include "codec/file_io.h"
+#include "codec/numeric.h"
+#include "codec/text_parser.h"
+
+namespace depth_io {
+namespace {
+
+/// Calls `visit(row_in_region, column_in_region, pixel)` for the flagged pixels of a region in
+/// raster order; stops when `visit` gives false and then gives false, too.
+template <typename Visit>
+bool for_each_error(const struct_read_write_depth& record, int region, Visit visit) {
+  const int first_row = region / kRegionsAcross * kRegionSize;
+  const int first_column = region % kRegionsAcross * kRegionSize;
+  const int rows = std::min(kRegionSize, record.height - first_row);
+  const int columns = std::min(kRegionSize, record.width - first_column);
+  for (int row = 0; row < rows; ++row) {
+    const std::size_t line =
+        static_cast<std::size_t>(first_row + row) * static_cast<std::size_t>(record.width) +
+        static_cast<std::size_t>(first_column);
+    for (int column = 0; column < columns; ++column) {
+      const std::size_t pixel = line + static_cast<std::size_t>(column);
+      if (record.ErrorMap[pixel] && !visit(row, column, pixel)) return false;
+    }
+  }
+  return true;
+}
+
+bool write_counts(BufferedFile& file, const RegionCounts& counts) {
+  for (const int count : counts.of) {
+    int high = 0;
+    const int low = __Modulo(256, count, high);
+    if (!is_valid_code(high) || !is_valid_code(low)) return false;
+    file.write_byte(static_cast<unsigned char>(high));
+    file.write_byte(static_cast<unsigned char>(low));
+  }
+  return true;
+}
+
+bool write_records(BufferedFile& file, const struct_read_write_depth& record) {
+  for (int region = 0; region < kRegionCount; ++region) {
+    const bool complete = for_each_error(record, region, [&](int row, int column, std::size_t i) {
+      const int code = record.Encode[i];
+      if (!is_valid_code(row) || !is_valid_code(column) || !is_valid_code(code)) return false;
+      file.write_byte(static_cast<unsigned char>(row));
+      file.write_byte(static_cast<unsigned char>(column));
+      file.write_byte(static_cast<unsigned char>(code));
+      return true;
+    });
+    if (!complete) return false;
+  }
+  return true;
+}
+
+/// Reads `keyword` and the number behind it; false when another word stands there. A number that
+/// cannot be read leaves `value` as it was.
+bool parse_named_real(TextParser& parser, std::string_view keyword, float& value) {
+  if (parser.word() != keyword) return false;
+  value = parser.real().value_or(value);
+  return true;
+}
+
+}  // namespace
+
+bool write_label_map_file(const char* path, const struct_read_write_depth& record) {
+  BufferedFile file(path);
+  for (int run = 0; run < record.RLE_NbNb; ++run) {
+    // Kept: the count goes out with the first run, so a map without runs has no count line.
+    if (run == 0) {
+      file.write_int(record.RLE_NbNb);
+      file.write("\n");
+    }
+    file.write_int(record.RLE_Nb[run]);
+    file.write(" ");
+    file.write_int(record.RLE_Val[run]);
+    file.write("\n");
+  }
+  file.write("\n");
+  return file.close();
+}
+
+bool write_reference_file(const char* path, const Intrinsics& intrinsics,
+                          std::span<const float> references) {
+  BufferedFile file(path);
+  file.write("nblabels ");
+  file.write_int(static_cast<int>(references.size()));
+  file.write(" a11 ");
+  file.write_fixed(intrinsics.a11);
+  file.write(" a22 ");
+  file.write_fixed(intrinsics.a22);
+  file.write(" cx ");
+  file.write_fixed(intrinsics.cx);
+  file.write(" cy ");
+  file.write_fixed(intrinsics.cy);
+  file.write("\n");
+  for (const float reference : references) {
+    file.write_fixed(reference);
+    file.write("\n");
+  }
+  return file.close();
+}
+
+RegionCounts count_errors(const struct_read_write_depth& record) {
+  RegionCounts counts;
+  for (int region = 0; region < kRegionCount; ++region) {
+    for_each_error(record, region, [&](int /*row*/, int /*column*/, std::size_t /*pixel*/) {
+      ++counts.of[region];
+      return true;
+    });
+  }
+  return counts;
+}
+
+ErrorFileOutcome write_error_file(const char* path, const struct_read_write_depth& record,
+                                  const RegionCounts& counts) {
+  BufferedFile file(path);
+  if (!file.is_open()) return ErrorFileOutcome::kNotWritten;
+  ErrorFileOutcome outcome = ErrorFileOutcome::kWritten;
+  if (!write_counts(file, counts)) {
+    outcome = ErrorFileOutcome::kCountTooLarge;
+  } else if (!write_records(file, record)) {
+    outcome = ErrorFileOutcome::kRecordOutOfRange;
+  }
+  const bool written = file.close();
+  return written || outcome != ErrorFileOutcome::kWritten ? outcome : ErrorFileOutcome::kNotWritten;
+}
+
+void parse_label_map(std::string_view text, struct_read_write_depth& record) {
+  TextParser parser(text);
+  std::size_t left = pixel_count(record);
+  int* next = record.Label;
+  std::fill_n(next, left, -1);
+  // Never more runs than pixels: runs of no length do not keep us here.
+  const auto most_runs = static_cast<int>(left);
+  const int runs = std::min(parser.integer().value_or(0), most_runs);
+  for (int run = 0; run < runs && left > 0; ++run) {
+    const std::optional<int> length = parser.integer();
+    const std::optional<int> label = length ? parser.integer() : std::nullopt;
+    if (!label) return;
+    if (*length <= 0) continue;
+    const std::size_t count = std::min(static_cast<std::size_t>(*length), left);
+    std::fill_n(next, count, *label);
+    next += count;
+    left -= count;
+  }
+}
+
+ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth& record,
+                                 int& label_count) {
+  TextParser parser(text);
+  label_count = 0;
+  if (parser.word() != "nblabels") return ReferenceOutcome::kBadLabelCountWord;
+  const auto most_labels = static_cast<int>(pixel_count(record));
+  label_count = std::min(parser.integer().value_or(0), most_labels);
+  if (label_count < 1) return ReferenceOutcome::kNoLabels;
+  if (!parse_named_real(parser, "a11", record.loaded_a11)) return ReferenceOutcome::kBadA11Word;
+  if (!parse_named_real(parser, "a22", record.loaded_a22)) return ReferenceOutcome::kBadA22Word;
+  if (!parse_named_real(parser, "cx", record.loaded_cx)) return ReferenceOutcome::kBadCxWord;
+  if (!parse_named_real(parser, "cy", record.loaded_cy)) return ReferenceOutcome::kBadCyWord;
+  for (int label = 0; label < label_count; ++label) {
+    const std::optional<float> reference = parser.real();
+    if (!reference) break;
+    record.LabelRefZ[label] = *reference;
+  }
+  return ReferenceOutcome::kComplete;
+}
+
+ErrorFileParser::ErrorFileParser(std::span<const unsigned char> bytes) : rest_(bytes) {
+  constexpr std::size_t kCountSize = 2;
+  for (int& count : counts_.of) {
+    if (rest_.size() < kCountSize) {
+      rest_ = {};
+      return;
+    }
+    count = rest_[0] * 256 + rest_[1];
+    rest_ = rest_.subspan(kCountSize);
+  }
+}
+
+}  // namespace depth_io

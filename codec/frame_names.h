@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "codec/export.h"
+
+/// The only builder of the names of recorded files.
+namespace depth_io {
+
+/// A path that never outgrows its limit: what does not fit makes it unusable instead of being cut,
+/// for a cut path names another place.
+class CAMERA_DEPTH_RW_EXPORT PathText {
+ public:
+  static constexpr std::size_t kLargestSize = 512;
+
+  /// `size_limit` counts the NUL, too.
+  explicit PathText(std::size_t size_limit = kLargestSize);
+
+  /// Adds to the end; null makes the path not fit.
+  PathText& append(const char* text);
+  PathText& append(std::string_view text);
+  /// Adds `number` with exactly `digits` digits.
+  PathText& append_number(int digits, int number);
+  /// Cuts back to an earlier length, to try another ending.
+  void cut_to(std::size_t length);
+
+  bool fits() const { return fits_; }
+  std::size_t length() const { return length_; }
+  const char* c_str() const { return text_; }
+  char* data() { return text_; }
+
+ private:
+  char text_[kLargestSize];
+  std::size_t size_limit_;
+  std::size_t length_ = 0;
+  bool fits_ = true;
+};
+
+/// Writes `text` to `destination` (`size` bytes) if it fits; otherwise `destination` becomes empty.
+CAMERA_DEPTH_RW_EXPORT bool copy_text(char* destination, std::size_t size, const char* text);
+
+/// What tells the frames of one directory apart: a stamp text, or else a number.
+struct FrameKey {
+  bool by_timestamp = false;
+  int number_digits = 0;
+  int frame_number = 0;
+  const char* timestamp = nullptr;
+};
+
+/// Appends the name of a frame without extension: directory, then stem and key with a "-" between
+/// them, in reverse order when `reverse_name`. No separator is added after the directory.
+CAMERA_DEPTH_RW_EXPORT void append_frame_name(PathText& path, const char* directory,
+                                              const char* stem, bool reverse_name,
+                                              const FrameKey& key);
+
+/// Endings of a frame's files. The code image and the colour image share theirs: the stems differ.
+inline constexpr char kLabelMapEnding[] = ".rle";
+inline constexpr char kReferenceEnding[] = ".ref";
+inline constexpr char kJpegEnding[] = ".jpg";
+inline constexpr char kErrorEnding[] = ".err";
+
+}  // namespace depth_io

@@ -1,0 +1,289 @@
+#include "codec/liblinjpeg.h"
+
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+
+// libjpeg's headers want <cstdio> before them.
+#include <jerror.h>
+#include <jpeglib.h>
+
+#include "codec/console.h"
+#include "codec/file_io.h"
+
+using depth_io::print;
+using depth_io::print_line;
+
+namespace {
+
+/// A legal file can hold so many passes over the image that decoding takes minutes; cameras write
+/// one, progressive encoders about ten.
+constexpr int kMostScans = 100;
+constexpr long kMostDecoderMemory = 64L * 1024 * 1024;
+constexpr int kBytesPerPixel = 3;
+
+constexpr int kTooManyScans = 1000;
+constexpr const char* kOurMessages[] = {"Too many scans"};
+
+struct ErrorManager {
+  jpeg_error_mgr base;  // libjpeg hands out pointers to this first member
+  std::jmp_buf recovery;
+};
+
+/// Warnings are counted and never printed.
+void count_warning(j_common_ptr cinfo, int level) {
+  if (level < 0) ++cinfo->err->num_warnings;
+}
+
+jpeg_error_mgr* set_up(ErrorManager& errors) {
+  jpeg_std_error(&errors.base);
+  errors.base.error_exit = my_error_exit;
+  errors.base.emit_message = count_warning;
+  errors.base.addon_message_table = kOurMessages;
+  errors.base.first_addon_message = kTooManyScans;
+  errors.base.last_addon_message = kTooManyScans;
+  return &errors.base;
+}
+
+/// libjpeg writes through a buffer of ours, so that a file goes out in few calls and every failed
+/// write and close is noticed.
+struct FileDestination {
+  jpeg_destination_mgr base;  // libjpeg hands out pointers to this first member
+  depth_io::OutputFile* file;
+  JOCTET buffer[32 * 1024];
+};
+
+FileDestination& destination_of(j_compress_ptr cinfo) {
+  return *reinterpret_cast<FileDestination*>(cinfo->dest);
+}
+
+void start_buffer(j_compress_ptr cinfo) {
+  FileDestination& destination = destination_of(cinfo);
+  destination.base.next_output_byte = destination.buffer;
+  destination.base.free_in_buffer = sizeof destination.buffer;
+}
+
+void write_bytes(j_compress_ptr cinfo, std::size_t size) {
+  FileDestination& destination = destination_of(cinfo);
+  if (!destination.file->write(reinterpret_cast<const char*>(destination.buffer), size)) {
+    ERREXIT(cinfo, JERR_FILE_WRITE);
+  }
+}
+
+boolean empty_buffer(j_compress_ptr cinfo) {
+  write_bytes(cinfo, sizeof destination_of(cinfo).buffer);
+  start_buffer(cinfo);
+  return TRUE;
+}
+
+void finish_file(j_compress_ptr cinfo) {
+  FileDestination& destination = destination_of(cinfo);
+  write_bytes(cinfo, sizeof destination.buffer - destination.base.free_in_buffer);
+  if (!destination.file->close()) ERREXIT(cinfo, JERR_FILE_WRITE);
+}
+
+/// All that libjpeg's encoder works on. It lives in the caller of the function that sets the
+/// recovery point: a jump back passes no destructor and spoils no local variable.
+struct Encoder {
+  ErrorManager errors;
+  FileDestination destination;
+  jpeg_compress_struct codec;
+};
+
+bool encode(Encoder& encoder, const unsigned char* pixels, int width, int height, bool colour,
+            int quality) {
+  jpeg_compress_struct& codec = encoder.codec;
+  if (setjmp(encoder.errors.recovery) != 0) return false;
+  codec.image_width = static_cast<JDIMENSION>(width);
+  codec.image_height = static_cast<JDIMENSION>(height);
+  codec.input_components = colour ? kBytesPerPixel : 1;
+  codec.in_color_space = colour ? JCS_RGB : JCS_GRAYSCALE;
+  jpeg_set_defaults(&codec);
+  jpeg_set_quality(&codec, quality, TRUE);
+  jpeg_start_compress(&codec, TRUE);
+  while (codec.next_scanline < codec.image_height) {
+    const std::size_t stride =
+        std::size_t{codec.image_width} * static_cast<std::size_t>(codec.input_components);
+    // libjpeg does not write to its input rows.
+    JSAMPROW row = const_cast<JSAMPROW>(pixels + codec.next_scanline * stride);
+    jpeg_write_scanlines(&codec, &row, 1);
+  }
+  jpeg_finish_compress(&codec);
+  return true;
+}
+
+bool create_encoder(Encoder& encoder, depth_io::OutputFile& file) {
+  std::memset(&encoder.codec, 0, sizeof encoder.codec);
+  encoder.codec.err = set_up(encoder.errors);
+  if (setjmp(encoder.errors.recovery) != 0) return false;
+  jpeg_create_compress(&encoder.codec);
+  encoder.destination.file = &file;
+  encoder.destination.base.init_destination = start_buffer;
+  encoder.destination.base.empty_output_buffer = empty_buffer;
+  encoder.destination.base.term_destination = finish_file;
+  encoder.codec.dest = &encoder.destination.base;
+  return true;
+}
+
+/// Luminances, truncated toward zero. Kept: because of the truncation some greys come out one
+/// lower; the writer's read-back of its codes relies on finding these.
+void to_grey(const unsigned char* pixels, unsigned char* grey, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i, pixels += kBytesPerPixel) {
+    const double luminance = (0.299 * pixels[0] + 0.587 * pixels[1]) + 0.114 * pixels[2];
+    grey[i] = static_cast<unsigned char>(luminance);
+  }
+}
+
+bool write_jpeg(const char* file_name, const unsigned char* pixels, int width, int height,
+                bool colour, int quality) {
+  depth_io::OutputFile file(file_name);
+  if (!file.is_open()) {
+    print("JpegFile :\nCan't open %s\n", file_name);
+    return false;
+  }
+  Encoder encoder;
+  const bool written =
+      create_encoder(encoder, file) && encode(encoder, pixels, width, height, colour, quality);
+  jpeg_destroy_compress(&encoder.codec);
+  return written;
+}
+
+void stop_endless_scans(j_common_ptr cinfo) {
+  if (reinterpret_cast<j_decompress_ptr>(cinfo)->input_scan_number > kMostScans) {
+    ERREXIT(cinfo, kTooManyScans);
+  }
+}
+
+/// All that libjpeg's decoder works on; see `Encoder`.
+struct Decoder {
+  ErrorManager errors;
+  jpeg_progress_mgr progress;
+  jpeg_decompress_struct codec;
+  depth_io::JpegReadResult result;
+};
+
+/// Reads the header; false also when the image needs more than `capacity` bytes.
+bool start_decoding(Decoder& decoder, std::string_view file, std::size_t capacity) {
+  jpeg_decompress_struct& codec = decoder.codec;
+  std::memset(&codec, 0, sizeof codec);
+  codec.err = set_up(decoder.errors);
+  if (setjmp(decoder.errors.recovery) != 0) return false;
+  jpeg_create_decompress(&codec);
+  codec.mem->max_memory_to_use = kMostDecoderMemory;
+  decoder.progress.progress_monitor = stop_endless_scans;
+  codec.progress = &decoder.progress;
+  jpeg_mem_src(&codec, reinterpret_cast<const unsigned char*>(file.data()), file.size());
+  jpeg_read_header(&codec, TRUE);
+  const auto needed =
+      std::uint64_t{codec.image_width} * std::uint64_t{codec.image_height} * kBytesPerPixel;
+  return needed <= capacity;
+}
+
+/// Decodes all rows to `pixels`; `unfilled_to_zero` bytes of it are cleared first.
+bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t unfilled_to_zero) {
+  jpeg_decompress_struct& codec = decoder.codec;
+  if (setjmp(decoder.errors.recovery) != 0) return false;
+  jpeg_start_decompress(&codec);
+  decoder.result.width = static_cast<int>(codec.output_width);
+  decoder.result.height = static_cast<int>(codec.output_height);
+  std::memset(pixels, 0, unfilled_to_zero);
+  const JDIMENSION row_size = codec.output_width * static_cast<JDIMENSION>(codec.output_components);
+  const JSAMPARRAY line =
+      (*codec.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, row_size, 1);
+  while (codec.output_scanline < codec.output_height) {
+    jpeg_read_scanlines(&codec, line, 1);
+    const int row = static_cast<int>(codec.output_scanline) - 1;
+    if (codec.output_components == kBytesPerPixel) {
+      j_putRGBScanline(line[0], decoder.result.width, pixels, row);
+    } else if (codec.output_components == 1) {
+      j_putGrayScanlineToRGB(line[0], decoder.result.width, pixels, row);
+    }
+  }
+  jpeg_finish_decompress(&codec);
+  return true;
+}
+
+depth_io::JpegReadResult read_jpeg(const char* file_name, unsigned char* pixels,
+                                   std::size_t capacity, std::size_t unfilled_to_zero) {
+  const auto file = depth_io::read_regular_file(file_name);
+  if (!file) {
+    print("JPEG :\nCan't open %s\n", file_name);
+    return {};
+  }
+  Decoder decoder = {};
+  decoder.result.decoded = start_decoding(decoder, file->text(), capacity) &&
+                           decode_rows(decoder, pixels, unfilled_to_zero);
+  decoder.result.warnings = decoder.errors.base.num_warnings;
+  jpeg_destroy_decompress(&decoder.codec);
+  return decoder.result;
+}
+
+unsigned char* row_of(unsigned char* image, int width, int row) {
+  return image + static_cast<std::ptrdiff_t>(row) * width * kBytesPerPixel;
+}
+
+}  // namespace
+
+JpegFile::JpegFile() = default;
+JpegFile::~JpegFile() = default;
+
+bool JpegFile::RGBToJpegFile(char* fileName, unsigned char* dataBuf, int widthPix, int height,
+                             bool color, int quality) {
+  if (dataBuf == nullptr || widthPix <= 0 || height <= 0) return false;
+  if (color) return write_jpeg(fileName, dataBuf, widthPix, height, true, quality);
+
+  const std::size_t pixels = static_cast<std::size_t>(widthPix) * static_cast<std::size_t>(height);
+  const std::unique_ptr<unsigned char[]> grey(new (std::nothrow) unsigned char[pixels]);
+  if (grey == nullptr) {
+    print_line("Memory error");
+    return false;
+  }
+  to_grey(dataBuf, grey.get(), pixels);
+  return write_jpeg(fileName, grey.get(), widthPix, height, false, quality);
+}
+
+bool JpegFile::JpegFileToRGB_fast(unsigned char* o_dataBuf, char* fileName, int& width,
+                                  int& height) {
+  if (o_dataBuf == nullptr) {
+    print_line("JpegFile unsigned char stream needs to be allocated beforehand");
+    return false;
+  }
+  constexpr std::size_t kUnknown = std::numeric_limits<std::size_t>::max();
+  const depth_io::JpegReadResult result = read_jpeg(fileName, o_dataBuf, kUnknown, 0);
+  width = result.width;
+  height = result.height;
+  return result.decoded;
+}
+
+void j_putRGBScanline(unsigned char* jpegline, int widthPix, unsigned char* outBuf, int row) {
+  std::memcpy(row_of(outBuf, widthPix, row), jpegline,
+              static_cast<std::size_t>(widthPix) * kBytesPerPixel);
+}
+
+void j_putGrayScanlineToRGB(unsigned char* jpegline, int widthPix, unsigned char* outBuf, int row) {
+  unsigned char* pixel = row_of(outBuf, widthPix, row);
+  for (int i = 0; i < widthPix; ++i, pixel += kBytesPerPixel) {
+    pixel[0] = jpegline[i];
+    pixel[1] = jpegline[i];
+    pixel[2] = jpegline[i];
+  }
+}
+
+void my_error_exit(j_common_ptr cinfo) {
+  char message[JMSG_LENGTH_MAX];
+  (*cinfo->err->format_message)(cinfo, message);
+  print("JPEG Fatal Error %s\n", message);
+  std::longjmp(reinterpret_cast<ErrorManager*>(cinfo->err)->recovery, 1);
+}
+
+namespace depth_io {
+
+JpegReadResult read_jpeg_file(const char* file_name, std::span<unsigned char> pixels) {
+  return read_jpeg(file_name, pixels.data(), pixels.size(), pixels.size());
+}
+
+}  // namespace depth_io

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+namespace depth_io {
+
+/// Reads blank-delimited words and numbers from a text in memory, in every locale alike. A number
+/// that does not fit becomes the nearest one that does. A failed read leaves the position at what
+/// could not be read, so that every later number read fails as well.
+class TextParser {
+ public:
+  explicit TextParser(std::string_view text) : rest_(text) {}
+
+  /// The next word; empty at the end of the text.
+  std::string_view word() {
+    skip_blanks();
+    std::size_t length = 0;
+    while (length < rest_.size() && !is_blank(rest_[length])) ++length;
+    const std::string_view found = rest_.substr(0, length);
+    rest_.remove_prefix(length);
+    return found;
+  }
+
+  std::optional<int> integer() {
+    const char* first = number_start();
+    int value = 0;
+    const auto [end, error] = std::from_chars(first, rest_.data() + rest_.size(), value);
+    if (error == std::errc::invalid_argument) return {};
+    if (error == std::errc::result_out_of_range) {
+      value = *first == '-' ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
+    }
+    advance_to(end);
+    return value;
+  }
+
+  std::optional<float> real() {
+    const char* first = number_start();
+    const char* last = rest_.data() + rest_.size();
+    float value = 0.0F;
+    const auto [end, error] = std::from_chars(first, last, value);
+    if (error == std::errc::invalid_argument) return {};
+    if (error == std::errc::result_out_of_range) {
+      // Beyond a float: the double tells whether it is too large or too close to 0.
+      double wide = std::numeric_limits<double>::infinity();
+      std::from_chars(first, last, wide);
+      const bool too_large = wide > 1.0 || wide < -1.0;
+      value = too_large ? std::numeric_limits<float>::infinity() : 0.0F;
+      if (*first == '-') value = -value;
+    }
+    advance_to(end);
+    return value;
+  }
+
+ private:
+  static bool is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+  void skip_blanks() {
+    std::size_t count = 0;
+    while (count < rest_.size() && is_blank(rest_[count])) ++count;
+    rest_.remove_prefix(count);
+  }
+
+  /// First character of a number; a leading '+' is passed over.
+  const char* number_start() {
+    skip_blanks();
+    const bool plus = rest_.size() > 1 && rest_[0] == '+' && rest_[1] != '-';
+    return rest_.data() + (plus ? 1 : 0);
+  }
+
+  void advance_to(const char* end) {
+    rest_.remove_prefix(static_cast<std::size_t>(end - rest_.data()));
+  }
+
+  std::string_view rest_;
+};
+
+}  // namespace depth_io

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that the project needs and that this machine does not have yet.
+# Usage: scripts/install_dependencies.sh [build|test]   (default: test, which includes build)
+set -euo pipefail
+
+build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev)
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev pkg-config shellcheck)
+
+case "${1:-test}" in
+  build) wanted=("${build_packages[@]}") ;;
+  test) wanted=("${build_packages[@]}" "${test_packages[@]}") ;;
+  *)
+    echo "usage: $0 [build|test]" >&2
+    exit 2
+    ;;
+esac
+
+missing=()
+for package in "${wanted[@]}"; do
+  status=$(dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null || true)
+  [ "${status:0:2}" = ii ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || {
+    echo "these packages are missing, and there is no sudo to install them: ${missing[*]}" >&2
+    exit 1
+  }
+  as_root=(sudo)
+fi
+
+echo "installing: ${missing[*]}" >&2
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"

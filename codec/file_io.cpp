@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -33,6 +34,15 @@ int open_above_standard(const char* path, int flags) {
   return moved;
 }
 
+/// Size of an open regular file; nothing for anything else and for files that are too large.
+std::optional<std::size_t> regular_file_size(int descriptor) {
+  struct stat status = {};
+  if (descriptor < 0 || fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  const auto size = static_cast<std::size_t>(status.st_size);
+  if (size > kLargestFile) return {};
+  return size;
+}
+
 /// Closes its descriptor when it goes out of scope.
 struct ScopedDescriptor {
   int value;
@@ -52,10 +62,9 @@ std::span<const unsigned char> FileBytes::bytes() const {
 
 std::optional<FileBytes> read_regular_file(const char* path) {
   const ScopedDescriptor file{open_above_standard(path, O_RDONLY | O_NONBLOCK)};
-  struct stat status = {};
-  if (file.value < 0 || fstat(file.value, &status) != 0 || !S_ISREG(status.st_mode)) return {};
-  const auto size = static_cast<std::size_t>(status.st_size);
-  if (size > kLargestFile) return {};
+  const auto known_size = regular_file_size(file.value);
+  if (!known_size) return {};
+  const std::size_t size = *known_size;
 
   auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
   std::size_t filled = 0;
@@ -67,6 +76,14 @@ std::optional<FileBytes> read_regular_file(const char* path) {
     filled += static_cast<std::size_t>(count);
   }
   return FileBytes(std::move(bytes), filled);
+}
+
+std::FILE* open_regular_file(const char* path) {
+  const int descriptor = open_above_standard(path, O_RDONLY | O_NONBLOCK);
+  if (descriptor < 0) return nullptr;
+  std::FILE* const stream = regular_file_size(descriptor) ? fdopen(descriptor, "r") : nullptr;
+  if (stream == nullptr) close(descriptor);
+  return stream;
 }
 
 OutputFile::OutputFile(const char* path)
@@ -140,6 +157,15 @@ void BufferedFile::make_room(std::size_t size) {
 void BufferedFile::flush() {
   file_.write(buffer_, used_);
   used_ = 0;
+}
+
+ReplacedFile::ReplacedFile(std::string path)
+    : path_(std::move(path)), temporary_path_(path_ + ".part"), content_(temporary_path_.c_str()) {}
+
+bool ReplacedFile::put_in_place() {
+  if (content_.close() && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
+  unlink(temporary_path_.c_str());
+  return false;
 }
 
 }  // namespace depth_io

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 /// Files, opened so that nothing odd in a recording directory can block, redirect or drown us.
@@ -28,6 +30,9 @@ class FileBytes {
 /// Reads a regular file of at most `kLargestFile` bytes. Nothing for anything else: FIFOs and
 /// devices are never waited for. Throws only when memory runs out.
 std::optional<FileBytes> read_regular_file(const char* path);
+
+/// Opens a regular file for reading as a stream, under the same rules; null for anything else.
+std::FILE* open_regular_file(const char* path);
 
 /// A file being written, without a buffer. Follows no link in the last place of the path, never
 /// takes one of the descriptors 0 to 2, and remembers the first error.
@@ -70,6 +75,22 @@ class BufferedFile {
   OutputFile file_;
   std::size_t used_ = 0;
   char buffer_[32 * 1024];
+};
+
+/// A file that appears under its name only when all of it has been written: what was there before
+/// stays until then.
+class ReplacedFile {
+ public:
+  explicit ReplacedFile(std::string path);
+
+  BufferedFile& content() { return content_; }
+  /// True when the file now stands under its name; otherwise nothing is left behind.
+  bool put_in_place();
+
+ private:
+  std::string path_;
+  std::string temporary_path_;
+  BufferedFile content_;
 };
 
 }  // namespace depth_io

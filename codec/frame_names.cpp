@@ -62,4 +62,23 @@ void append_frame_name(PathText& path, const char* directory, const char* stem, 
   if (reverse_name) path.append("-").append(stem);
 }
 
+void append_day_folder(PathText& path, const char* directory, const Moment& moment) {
+  path.append(directory).append("/");
+  path.append_number(4, moment.year).append("-");
+  path.append_number(2, moment.month).append("-");
+  path.append_number(2, moment.day).append("/");
+}
+
+void append_hour_folder(PathText& path, const Moment& moment) {
+  path.append_number(2, moment.hour).append("h/");
+}
+
+void append_minute_folder(PathText& path, const Moment& moment) {
+  path.append_number(2, moment.minute).append("mn/");
+}
+
+void append_numbered_folder(PathText& path, const char* directory, int number) {
+  path.append(directory).append("/").append_number(8, number);
+}
+
 }  // namespace depth_io

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "codec/export.h"
+#include "codec/timestamps.h"
 
 /// The only builder of the names of recorded files.
 namespace depth_io {
@@ -53,6 +54,18 @@ struct FrameKey {
 CAMERA_DEPTH_RW_EXPORT void append_frame_name(PathText& path, const char* directory,
                                               const char* stem, bool reverse_name,
                                               const FrameKey& key);
+
+/// Appends the folder of a day: directory, "/", YYYY-MM-DD and "/".
+CAMERA_DEPTH_RW_EXPORT void append_day_folder(PathText& path, const char* directory,
+                                              const Moment& moment);
+/// Appends the folder of an hour in its day, HHh and "/".
+CAMERA_DEPTH_RW_EXPORT void append_hour_folder(PathText& path, const Moment& moment);
+/// Appends the folder of a minute in its hour, MMmn and "/".
+CAMERA_DEPTH_RW_EXPORT void append_minute_folder(PathText& path, const Moment& moment);
+
+/// Appends a numbered sub-directory: directory, "/" and eight digits.
+CAMERA_DEPTH_RW_EXPORT void append_numbered_folder(PathText& path, const char* directory,
+                                                   int number);
 
 /// Endings of a frame's files. The code image and the colour image share theirs: the stems differ.
 inline constexpr char kLabelMapEnding[] = ".rle";

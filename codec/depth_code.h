@@ -4,16 +4,17 @@
 #include <cmath>
 
 #include "codec/frame_format.h"
-#include "codec/numeric.h"
 
 /// Depth codes: single-precision arithmetic in a fixed order, for codes must be the same
 /// everywhere.
 namespace depth_io {
 
-/// Code of `depth` (metres) relative to `reference`, rounded half away from zero.
+/// Code of `depth` (metres) relative to a `reference` whose window holds it, rounded half away from
+/// zero.
 inline int encode_depth(float depth, float reference) {
   const float steps = (kHalfWindow + (depth - reference)) * kCodesPerMetre;
-  return round_half_away(static_cast<double>(steps));
+  // In double the sum is exact, whatever the steps.
+  return static_cast<int>(static_cast<double>(steps) + (steps < 0.0F ? -0.5 : 0.5));
 }
 
 /// Distance from the reference depth that each code stands for, metres.

@@ -51,6 +51,14 @@ struct ScopedDescriptor {
   }
 };
 
+/// A name in the same directory that no other process uses, and that is short: the name it stands
+/// for may be as long as names can be.
+std::string temporary_path_beside(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string directory = slash == std::string::npos ? "" : path.substr(0, slash + 1);
+  return directory + ".part-" + std::to_string(getpid());
+}
+
 }  // namespace
 
 FileBytes::FileBytes(std::unique_ptr<char[]> bytes, std::size_t size)
@@ -160,7 +168,9 @@ void BufferedFile::flush() {
 }
 
 ReplacedFile::ReplacedFile(std::string path)
-    : path_(std::move(path)), temporary_path_(path_ + ".part"), content_(temporary_path_.c_str()) {}
+    : path_(std::move(path)),
+      temporary_path_(temporary_path_beside(path_)),
+      content_(temporary_path_.c_str()) {}
 
 bool ReplacedFile::put_in_place() {
   if (content_.close() && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;

@@ -1,6 +1,7 @@
 #include "codec/frame_files.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 #include "codec/depth_code.h"
@@ -10,6 +11,14 @@
 
 namespace depth_io {
 namespace {
+
+/// First flagged place from `first` on; `end` when there is none. Flags are rare.
+int next_flag(const bool* map, int first, int end) {
+  static_assert(sizeof(bool) == 1);
+  if (first >= end) return end;
+  const void* const found = std::memchr(map + first, 1, static_cast<std::size_t>(end - first));
+  return found == nullptr ? end : static_cast<int>(static_cast<const bool*>(found) - map);
+}
 
 /// Calls `visit(row_in_region, column_in_region, pixel)` for the flagged pixels of a region in
 /// raster order; stops when `visit` gives false and then gives false, too.
@@ -23,9 +32,10 @@ bool for_each_error(const struct_read_write_depth& record, int region, Visit vis
     const std::size_t line =
         static_cast<std::size_t>(first_row + row) * static_cast<std::size_t>(record.width) +
         static_cast<std::size_t>(first_column);
-    for (int column = 0; column < columns; ++column) {
-      const std::size_t pixel = line + static_cast<std::size_t>(column);
-      if (record.ErrorMap[pixel] && !visit(row, column, pixel)) return false;
+    const bool* const map = record.ErrorMap + line;
+    for (int column = next_flag(map, 0, columns); column < columns;
+         column = next_flag(map, column + 1, columns)) {
+      if (!visit(row, column, line + static_cast<std::size_t>(column))) return false;
     }
   }
   return true;

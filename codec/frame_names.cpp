@@ -41,6 +41,7 @@ void PathText::cut_to(std::size_t length) {
 }
 
 bool copy_text(char* destination, std::size_t size, const char* text) {
+  if (destination == nullptr) return false;
   const std::size_t length = text == nullptr ? size : strnlen(text, size);
   if (length >= size) {
     if (size > 0) destination[0] = '\0';

@@ -163,32 +163,71 @@ bool report_bad_pixel(const FrameRead& frame, const char* complaint) {
   return false;
 }
 
-/// Depth and metric maps from labels, codes and corrections. Kept: rows go with cx and a11, columns
-/// with cy and a22; the checks pair them alike.
+/// Rebuilds the depths of a row; false at a pixel that cannot be. `all_labelled` turns false at a
+/// pixel without label.
+bool rebuild_row(const FrameRead& frame, std::size_t first_pixel, bool& all_labelled) {
+  const struct_read_write_depth& record = frame.record;
+  const int* const label_of = record.Label;
+  const int* const exact_code_of = record.ErrorCorrect;
+  const unsigned char* const codes = record.EncodeUC;
+  const float* const references = record.LabelRefZ;
+  float* const depth = record.LoadedDepth;
+  const std::size_t end = first_pixel + static_cast<std::size_t>(record.width);
+  for (std::size_t pixel = first_pixel; pixel < end; ++pixel) {
+    const int label = label_of[pixel];
+    if (label < -1 || label >= frame.label_count) {
+      return report_bad_pixel(frame, " - ERROR - load_compressed_data - label wrong");
+    }
+    if (label == -1) {
+      all_labelled = false;
+      continue;
+    }
+    const int from_image = codes[kBytesPerPixel * pixel];
+    if (!depth_io::is_valid_code(from_image)) {
+      return report_bad_pixel(frame, " - ERROR - load_compressed_data - encode wrong");
+    }
+    const int exact = exact_code_of[pixel];
+    depth[pixel] = depth_io::clamp_depth(
+        depth_io::decode_depth(exact >= 0 ? exact : from_image, references[label]));
+  }
+  return true;
+}
+
+/// Metric X and Y of a row. Kept: rows go with cx and a11, columns with cy and a22; the checks pair
+/// them alike.
+void map_row(struct_read_write_depth& record, int row, std::size_t first_pixel) {
+  const float* const depth = record.LoadedDepth + first_pixel;
+  float* const map_x = record.LoadedMapX + first_pixel;
+  float* const map_y = record.LoadedMapY + first_pixel;
+  const float x = static_cast<float>(row) - record.loaded_cx;
+  const float a11 = record.loaded_a11;
+  const float a22 = record.loaded_a22;
+  const float cy = record.loaded_cy;
+  for (int col = 0; col < record.width; ++col) {
+    map_x[col] = x * depth[col] / a11;
+    map_y[col] = (static_cast<float>(col) - cy) * depth[col] / a22;
+  }
+}
+
+void clear_unlabelled(struct_read_write_depth& record, std::size_t first_pixel) {
+  const std::size_t end = first_pixel + static_cast<std::size_t>(record.width);
+  for (std::size_t pixel = first_pixel; pixel < end; ++pixel) {
+    if (record.Label[pixel] != -1) continue;
+    record.LoadedMapX[pixel] = 0.0F;
+    record.LoadedMapY[pixel] = 0.0F;
+  }
+}
+
+/// Depth and metric maps from labels, codes and corrections.
 bool rebuild_depth(FrameRead& frame) {
   struct_read_write_depth& record = frame.record;
-  const unsigned char* code = record.EncodeUC;
-  std::size_t pixel = 0;
+  std::size_t first_pixel = 0;
   for (int row = 0; row < record.height; ++row) {
-    const float x = static_cast<float>(row) - record.loaded_cx;
-    for (int col = 0; col < record.width; ++col, ++pixel, code += kBytesPerPixel) {
-      const int label = record.Label[pixel];
-      if (label < -1 || label >= frame.label_count) {
-        return report_bad_pixel(frame, " - ERROR - load_compressed_data - label wrong");
-      }
-      if (label == -1) continue;
-      const int from_image = *code;
-      if (!depth_io::is_valid_code(from_image)) {
-        return report_bad_pixel(frame, " - ERROR - load_compressed_data - encode wrong");
-      }
-      const int exact = record.ErrorCorrect[pixel];
-      const float depth = depth_io::clamp_depth(
-          depth_io::decode_depth(exact >= 0 ? exact : from_image, record.LabelRefZ[label]));
-      const float y = static_cast<float>(col) - record.loaded_cy;
-      record.LoadedDepth[pixel] = depth;
-      record.LoadedMapX[pixel] = x * depth / record.loaded_a11;
-      record.LoadedMapY[pixel] = y * depth / record.loaded_a22;
-    }
+    bool all_labelled = true;
+    if (!rebuild_row(frame, first_pixel, all_labelled)) return false;
+    map_row(record, row, first_pixel);
+    if (!all_labelled) clear_unlabelled(record, first_pixel);
+    first_pixel += static_cast<std::size_t>(record.width);
   }
   return true;
 }

@@ -123,57 +123,59 @@ void clear_record(FrameWrite& frame) {
   std::fill_n(record.ErrorMap, pixels, false);
 }
 
-/// Codes a pixel of a label that was open already.
-bool code_pixel(struct_read_write_depth& record, std::size_t pixel, float depth, float reference,
-                int label) {
-  const int code = depth_io::encode_depth(depth, reference);
-  if (!is_valid_code(code)) return refuse("error encode");
-  const float decoded = decode_depth(code, reference);
-  const float error = std::fabs(decoded - depth);
-  if (error > kCodeTolerance) {
-    const auto width = static_cast<std::size_t>(record.width);
-    print(
-        "ERROR dpth map saving - at %d %d Z %f bestreflabel %d Z %f -- encode %d estZ %f => error "
-        "%f\n",
-        static_cast<int>(pixel / width), static_cast<int>(pixel % width),
-        static_cast<double>(depth), label, static_cast<double>(reference), code,
-        static_cast<double>(decoded), static_cast<double>(error));
-    wait_for_key();
-    return false;
-  }
-  record.Label[pixel] = label;
-  record.Encode[pixel] = code;
-  return true;
+bool report_missed_depth(const FrameWrite& frame, std::size_t pixel, int label, float reference,
+                         int code, float decoded) {
+  const auto width = static_cast<std::size_t>(frame.record.width);
+  const float depth = frame.depth[pixel];
+  print(
+      "ERROR dpth map saving - at %d %d Z %f bestreflabel %d Z %f -- encode %d estZ %f => error "
+      "%f\n",
+      static_cast<int>(pixel / width), static_cast<int>(pixel % width), static_cast<double>(depth),
+      label, static_cast<double>(reference), code, static_cast<double>(decoded),
+      static_cast<double>(std::fabs(decoded - depth)));
+  wait_for_key();
+  return false;
 }
 
-/// Opens a label at a pixel.
-bool open_label(struct_read_write_depth& record, depth_io::LabelTable& labels, std::size_t pixel,
-                float depth) {
-  record.Label[pixel] = labels.add(depth);
-  record.Encode[pixel] = depth_io::kReferenceCode;
+/// Opens a label at a pixel; -1 after a message when its code does not give the depth back.
+int open_label(depth_io::LabelTable& labels, float depth) {
   const float decoded = decode_depth(depth_io::kReferenceCode, depth);
   if (std::fabs(decoded - depth) > kOpenedLabelTolerance) {
     print("ERROR chcek dpth map saving %f vs %f, encode %d\n", static_cast<double>(decoded),
           static_cast<double>(depth), depth_io::kReferenceCode);
     wait_for_key();
-    return false;
+    return -1;
   }
-  return true;
+  return labels.add(depth);
 }
 
 /// Gives every pixel that the mask lets through the first label that fits, and its code.
 bool label_pixels(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - label ref");
-  struct_read_write_depth& record = frame.record;
-  const std::size_t pixels = depth_io::pixel_count(record);
-  depth_io::LabelTable labels(record.LabelRefZ, static_cast<int>(pixels));
+  const std::size_t pixels = depth_io::pixel_count(frame.record);
+  const int* const mask = frame.record.write_MapObject;
+  int* const label_of = frame.record.Label;
+  int* const code_of = frame.record.Encode;
+  depth_io::LabelTable labels(frame.record.LabelRefZ, static_cast<int>(pixels));
   for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-    if (record.write_MapObject[pixel] < 0) continue;
+    if (mask[pixel] < 0) continue;
     const float depth = frame.depth[pixel];
-    const int label = labels.find(depth);
-    const bool coded = label >= 0 ? code_pixel(record, pixel, depth, labels.reference(label), label)
-                                  : open_label(record, labels, pixel, depth);
-    if (!coded) return false;
+    int label = labels.find(depth);
+    int code = depth_io::kReferenceCode;
+    if (label >= 0) {
+      const float reference = labels.reference(label);
+      code = depth_io::encode_depth(depth, reference);
+      if (!is_valid_code(code)) return refuse("error encode");
+      const float decoded = decode_depth(code, reference);
+      if (std::fabs(decoded - depth) > kCodeTolerance) {
+        return report_missed_depth(frame, pixel, label, reference, code, decoded);
+      }
+    } else {
+      label = open_label(labels, depth);
+      if (label < 0) return false;
+    }
+    label_of[pixel] = label;
+    code_of[pixel] = code;
   }
   frame.label_count = labels.count();
   return true;
@@ -204,9 +206,10 @@ bool store_code_image(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - jpg init");
   struct_read_write_depth& record = frame.record;
   const std::size_t pixels = depth_io::pixel_count(record);
-  for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-    const auto code = static_cast<unsigned char>(record.Encode[pixel]);
-    unsigned char* const bytes = record.EncodeUC + kBytesPerPixel * pixel;
+  const int* const code_of = record.Encode;
+  unsigned char* bytes = record.EncodeUC;
+  for (std::size_t pixel = 0; pixel < pixels; ++pixel, bytes += kBytesPerPixel) {
+    const auto code = static_cast<unsigned char>(code_of[pixel]);
     bytes[0] = code;
     bytes[1] = code;
     bytes[2] = code;
@@ -236,25 +239,37 @@ bool read_code_image_back(FrameWrite& frame) {
   return true;
 }
 
+/// Whether codes so close cannot differ by more than the tolerance of their depth. Each step of the
+/// tolerance is one code step, so fewer code steps than that are within it whatever the rounding.
+bool is_surely_tolerable(int written_code, int read_code, float written_depth) {
+  constexpr float kFarFromClamping = 250.0F;
+  const int steps = written_code > read_code ? written_code - read_code : read_code - written_code;
+  const int tolerated = 1 + int{written_depth >= 1.0F} + int{written_depth >= 2.0F} +
+                        int{written_depth >= 3.0F} + int{written_depth >= 4.0F};
+  return steps < tolerated && written_depth >= 0.0F && written_depth <= kFarFromClamping;
+}
+
 /// Flags the pixels that the JPEG moved beyond their tolerance.
 bool find_errors(FrameWrite& frame) {
-  struct_read_write_depth& record = frame.record;
+  const struct_read_write_depth& record = frame.record;
   const std::size_t pixels = depth_io::pixel_count(record);
-  // Kept: the cursor moves on at labelled pixels only, so with a mask the bytes compared behind the
+  const int* const label_of = record.Label;
+  const float* const references = record.LabelRefZ;
+  // Kept: the cursors move on at labelled pixels only, so with a mask the bytes compared behind the
   // first unlabelled pixel belong to an earlier one. Recordings depend on the records so chosen.
-  std::size_t cursor = 0;
+  const unsigned char* written = record.EncodeUC;
+  const unsigned char* read = record.EncodeUC2;
   for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-    const int label = record.Label[pixel];
+    const int label = label_of[pixel];
     if (label < 0) continue;
-    const int written_code = record.EncodeUC[cursor];
-    const int read_code = record.EncodeUC2[cursor];
-    cursor += kBytesPerPixel;
+    const int written_code = *written;
+    const int read_code = *read;
+    written += kBytesPerPixel;
+    read += kBytesPerPixel;
     if (!is_valid_code(written_code) || !is_valid_code(read_code)) return refuse("error encode4");
-    const float reference = record.LabelRefZ[label];
+    const float reference = references[label];
     const float written_depth = decode_depth(written_code, reference);
-    const bool in_clamp_range =
-        written_depth >= depth_io::kSmallestDepth && written_depth <= depth_io::kLargestDepth;
-    if (written_code == read_code && in_clamp_range) continue;
+    if (is_surely_tolerable(written_code, read_code, written_depth)) continue;
     const float read_depth = depth_io::clamp_depth(decode_depth(read_code, reference));
     if (std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth)) {
       record.ErrorMap[pixel] = true;

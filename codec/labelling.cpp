@@ -1,17 +1,13 @@
 #include "codec/labelling.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 
-#include "codec/depth_code.h"
-
 namespace depth_io {
 namespace {
-
-/// Up to so many labels are searched one after the other; real frames have fewer.
-constexpr int kSearchedInOrder = 64;
 
 /// Wider than the window, so that every reference that fits lies in the depth's own cell or in one
 /// beside it. References are more than a half-window apart, so a cell holds two at most.
@@ -20,9 +16,11 @@ constexpr double kCellSize = 1.5;
 double cell_of(float depth) { return std::floor(static_cast<double>(depth) / kCellSize); }
 
 std::size_t bucket_of(double cell, std::size_t bucket_count) {
-  // Adding zero turns -0.0 into 0.0: one cell, one bucket.
+  // Adding zero turns -0.0 into 0.0: one cell, one bucket. Whole numbers have their bits at the top
+  // of the mantissa, so the upper half of the product tells them apart.
   const auto bits = std::bit_cast<std::uint64_t>(cell + 0.0);
-  return static_cast<std::size_t>((bits * 0x9E3779B97F4A7C15U) >> 20U) & (bucket_count - 1);
+  return static_cast<std::size_t>(((bits ^ (bits >> 32U)) * 0x9E3779B97F4A7C15U) >> 36U) &
+         (bucket_count - 1);
 }
 
 }  // namespace
@@ -30,21 +28,45 @@ std::size_t bucket_of(double cell, std::size_t bucket_count) {
 LabelTable::LabelTable(float* references, int capacity)
     : references_(references), capacity_(capacity) {}
 
-int LabelTable::find(float depth) const {
-  const int in_order = count_ < kSearchedInOrder ? count_ : kSearchedInOrder;
-  for (int label = 0; label < in_order; ++label) {
-    if (fits_window(depth, references_[label])) return label;
-  }
-  return count_ > kSearchedInOrder ? find_indexed(depth) : -1;
-}
-
 int LabelTable::add(float depth) {
-  references_[count_] = depth;
-  if (count_ >= kSearchedInOrder) index_label(count_);
-  return count_++;
+  const int label = count_++;
+  references_[label] = depth;
+  if (label < kSearchedInOrder) {
+    sure_of_[label] = find_sure_interval(label);
+    last_ = label;
+  } else {
+    index_label(label);
+  }
+  return label;
 }
 
-int LabelTable::find_indexed(float depth) const {
+int LabelTable::search(float depth) {
+  const int in_order = std::min(count_, kSearchedInOrder);
+  for (int label = 0; label < in_order; ++label) {
+    if (!fits_window(depth, references_[label])) continue;
+    last_ = label;
+    return label;
+  }
+  return count_ > kSearchedInOrder ? search_indexed(depth) : -1;
+}
+
+LabelTable::Interval LabelTable::find_sure_interval(int label) const {
+  const double reference = references_[label];
+  if (!std::isfinite(reference)) return {};
+  const double window = kHalfWindow;
+  // More than the rounding of the difference and of the interval's own ends.
+  const double doubt = 1e-6 * (1.0 + std::fabs(reference));
+  double low = reference - window + doubt;
+  double high = reference + window - doubt;
+  for (int before = 0; before < label; ++before) {
+    const double other = references_[before];
+    if (other < reference) low = std::max(low, other + window + doubt);
+    if (other > reference) high = std::min(high, other - window - doubt);
+  }
+  return {static_cast<float>(low), static_cast<float>(high)};
+}
+
+int LabelTable::search_indexed(float depth) const {
   int best = -1;
   const double cell = cell_of(depth);
   for (const double near : {cell - 1.0, cell, cell + 1.0}) {

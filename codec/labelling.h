@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "codec/depth_code.h"
+
 namespace depth_io {
 
 /// The reference depths of a frame, in the order in which they were opened. Finds the first one
@@ -15,17 +17,37 @@ class LabelTable {
   float reference(int label) const { return references_[label]; }
 
   /// Lowest label whose window holds `depth`; -1 when there is none.
-  int find(float depth) const;
+  int find(float depth) {
+    const Interval& sure = sure_of_[last_];
+    if (depth >= sure.low && depth <= sure.high) return last_;
+    return search(depth);
+  }
+
   /// Opens a label with reference `depth` and returns it.
   int add(float depth);
 
  private:
-  int find_indexed(float depth) const;
+  /// Up to so many labels are searched one after the other; real frames have fewer.
+  static constexpr int kSearchedInOrder = 64;
+
+  /// Depths that a label is sure to be the first to fit: its window without those of the labels
+  /// before it and without what rounding could make doubtful. Neighbouring pixels mostly share a
+  /// label, and this tells it in two comparisons.
+  struct Interval {
+    float low = 1.0F;
+    float high = 0.0F;
+  };
+
+  int search(float depth);
+  int search_indexed(float depth) const;
+  Interval find_sure_interval(int label) const;
   void index_label(int label);
 
   float* references_;
   int capacity_;
   int count_ = 0;
+  int last_ = 0;
+  Interval sure_of_[kSearchedInOrder];
   // Only frames with very many labels get an index: chains of labels by the cell of their depth.
   std::vector<int> first_in_cell_;
   std::vector<int> next_in_cell_;

@@ -1,5 +1,6 @@
 #include "codec/liblinjpeg.h"
 
+#include <array>
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
@@ -131,10 +132,23 @@ bool create_encoder(Encoder& encoder, depth_io::OutputFile& file) {
 
 /// Luminances, truncated toward zero. Kept: because of the truncation some greys come out one
 /// lower; the writer's read-back of its codes relies on finding these.
+constexpr unsigned char luminance(int red, int green, int blue) {
+  return static_cast<unsigned char>((0.299 * red + 0.587 * green) + 0.114 * blue);
+}
+
+/// Luminances of pixels whose three bytes are the same, as those of the code image are.
+constexpr std::array<unsigned char, 256> kGreyLuminances = [] {
+  std::array<unsigned char, 256> luminances{};
+  for (int value = 0; value < 256; ++value) {
+    luminances[static_cast<std::size_t>(value)] = luminance(value, value, value);
+  }
+  return luminances;
+}();
+
 void to_grey(const unsigned char* pixels, unsigned char* grey, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i, pixels += kBytesPerPixel) {
-    const double luminance = (0.299 * pixels[0] + 0.587 * pixels[1]) + 0.114 * pixels[2];
-    grey[i] = static_cast<unsigned char>(luminance);
+    const bool is_grey = pixels[0] == pixels[1] && pixels[1] == pixels[2];
+    grey[i] = is_grey ? kGreyLuminances[pixels[0]] : luminance(pixels[0], pixels[1], pixels[2]);
   }
 }
 
@@ -183,14 +197,23 @@ bool start_decoding(Decoder& decoder, std::string_view file, std::size_t capacit
   return needed <= capacity;
 }
 
-/// Decodes all rows to `pixels`; `unfilled_to_zero` bytes of it are cleared first.
-bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t unfilled_to_zero) {
+/// Clears what the rows of the image will not fill of the `size` bytes of `pixels`.
+void clear_unfilled(const jpeg_decompress_struct& codec, unsigned char* pixels, std::size_t size) {
+  const bool fills_pixels =
+      codec.output_components == kBytesPerPixel || codec.output_components == 1;
+  const std::size_t filled =
+      fills_pixels ? std::size_t{codec.output_width} * codec.output_height * kBytesPerPixel : 0;
+  if (filled < size) std::memset(pixels + filled, 0, size - filled);
+}
+
+/// Decodes all rows to `pixels`, of which `clearable` bytes are known to exist.
+bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t clearable) {
   jpeg_decompress_struct& codec = decoder.codec;
   if (setjmp(decoder.errors.recovery) != 0) return false;
   jpeg_start_decompress(&codec);
   decoder.result.width = static_cast<int>(codec.output_width);
   decoder.result.height = static_cast<int>(codec.output_height);
-  std::memset(pixels, 0, unfilled_to_zero);
+  clear_unfilled(codec, pixels, clearable);
   const JDIMENSION row_size = codec.output_width * static_cast<JDIMENSION>(codec.output_components);
   const JSAMPARRAY line =
       (*codec.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, row_size, 1);
@@ -208,15 +231,15 @@ bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t unfilled_t
 }
 
 depth_io::JpegReadResult read_jpeg(const char* file_name, unsigned char* pixels,
-                                   std::size_t capacity, std::size_t unfilled_to_zero) {
+                                   std::size_t capacity, std::size_t clearable) {
   const auto file = depth_io::read_regular_file(file_name);
   if (!file) {
     print("JPEG :\nCan't open %s\n", file_name);
     return {};
   }
   Decoder decoder = {};
-  decoder.result.decoded = start_decoding(decoder, file->text(), capacity) &&
-                           decode_rows(decoder, pixels, unfilled_to_zero);
+  decoder.result.decoded =
+      start_decoding(decoder, file->text(), capacity) && decode_rows(decoder, pixels, clearable);
   decoder.result.warnings = decoder.errors.base.num_warnings;
   jpeg_destroy_decompress(&decoder.codec);
   return decoder.result;
@@ -266,11 +289,12 @@ void j_putRGBScanline(unsigned char* jpegline, int widthPix, unsigned char* outB
 
 void j_putGrayScanlineToRGB(unsigned char* jpegline, int widthPix, unsigned char* outBuf, int row) {
   unsigned char* pixel = row_of(outBuf, widthPix, row);
-  for (int i = 0; i < widthPix; ++i, pixel += kBytesPerPixel) {
-    pixel[0] = jpegline[i];
-    pixel[1] = jpegline[i];
-    pixel[2] = jpegline[i];
+  // Four bytes at once; the fourth is the next pixel's, which overwrites it.
+  for (int i = 0; i + 1 < widthPix; ++i, pixel += kBytesPerPixel) {
+    const std::uint32_t grey = jpegline[i] * 0x01010101U;
+    std::memcpy(pixel, &grey, sizeof grey);
   }
+  if (widthPix > 0) std::memset(pixel, jpegline[widthPix - 1], kBytesPerPixel);
 }
 
 void my_error_exit(j_common_ptr cinfo) {

@@ -34,22 +34,19 @@ void rle(int WW, int HH, int* Buffer, int* o_Output_Nb, int* o_Output_Val, int& 
 
 void _rle(bool& KEEPON, int& Nb, int row, int col, int CurrentValue, int& stoprow, int& stopcol,
           int WW, int HH, int* Buffer, int SaturateAt, int debug) {
-  while (KEEPON) {
-    if (Nb >= SaturateAt) {
-      KEEPON = false;
-      return;
-    }
-    if (++col >= WW) {
-      col = 0;
-      ++row;
-    }
-    if (row >= HH || Buffer[static_cast<std::ptrdiff_t>(row) * WW + col] != CurrentValue) {
-      KEEPON = false;
-      return;
-    }
+  if (!KEEPON) return;
+  KEEPON = false;
+  const std::ptrdiff_t end = std::ptrdiff_t{WW} * HH;
+  std::ptrdiff_t last = std::ptrdiff_t{row} * WW + col;
+  const std::ptrdiff_t first = last;
+  while (Nb < SaturateAt && last + 1 < end && Buffer[last + 1] == CurrentValue) {
+    ++last;
     ++Nb;
-    stoprow = row;
-    stopcol = col;
-    if (debug == 1) print(" OK %d %d Nb %d\n", row, col, Nb);
+    if (debug == 1) {
+      print(" OK %d %d Nb %d\n", static_cast<int>(last / WW), static_cast<int>(last % WW), Nb);
+    }
   }
+  if (last == first) return;
+  stoprow = static_cast<int>(last / WW);
+  stopcol = static_cast<int>(last % WW);
 }

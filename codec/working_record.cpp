@@ -37,8 +37,8 @@ bool refuse(const char* complaint) {
 
 bool is_possible_size(int width, int height) {
   if (width < 0 || height < 0) return false;
-  const auto bytes = std::int64_t{width} * std::int64_t{height} * 3;
-  return bytes <= INT_MAX;
+  const auto pixels = std::int64_t{width} * std::int64_t{height};
+  return pixels <= INT_MAX / 3;
 }
 
 void allocate_arrays(struct_read_write_depth& src) {

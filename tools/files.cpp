@@ -1,0 +1,101 @@
+#include "tools/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "tools/failure.h"
+
+namespace depth_io::tools {
+namespace {
+
+/// A descriptor that closes itself.
+class Descriptor {
+ public:
+  explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+  ~Descriptor() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int get() const { return descriptor_; }
+  bool is_open() const { return descriptor_ >= 0; }
+  /// False when closing tells of a failed write.
+  bool close() {
+    const int result = ::close(descriptor_);
+    descriptor_ = -1;
+    return result == 0;
+  }
+
+ private:
+  int descriptor_;
+};
+
+bool write_all(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace
+
+std::optional<std::string> read_regular_file(const std::string& path, std::size_t size_limit) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status = {};
+  if (!file.is_open() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  const auto size = static_cast<std::uintmax_t>(status.st_size);
+  if (size > size_limit) return {};
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const ssize_t count = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return {};
+    if (count == 0) break;
+    filled += static_cast<std::size_t>(count);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
+void write_file_atomically(const std::string& path, std::string_view bytes) {
+  const std::string temporary = path + ".part";
+  const auto fail = [&](const char* what) {
+    const std::string reason = std::strerror(errno);
+    ::unlink(temporary.c_str());
+    throw Failure(std::string(what) + " '" + path + "': " + reason);
+  };
+  ::unlink(temporary.c_str());
+  Descriptor file(
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+  if (!file.is_open()) fail("cannot create");
+  if (!write_all(file.get(), bytes)) fail("cannot write");
+  if (!file.close()) fail("cannot write");
+  if (::rename(temporary.c_str(), path.c_str()) != 0) fail("cannot replace");
+}
+
+std::optional<std::uintmax_t> regular_file_size(const std::string& path) {
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  return static_cast<std::uintmax_t>(status.st_size);
+}
+
+void make_directories(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  if (error || !std::filesystem::is_directory(path, error)) {
+    throw Failure("cannot make the directory '" + path + "'" +
+                  (error ? ": " + error.message() : std::string()));
+  }
+}
+
+}  // namespace depth_io::tools

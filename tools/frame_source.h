@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tools/frame.h"
+
+namespace depth_io::tools {
+
+/// Where frames to record come from.
+class FrameSource {
+ public:
+  FrameSource() = default;
+  virtual ~FrameSource() = default;
+  FrameSource(const FrameSource&) = delete;
+  FrameSource& operator=(const FrameSource&) = delete;
+
+  /// Number of frames; none for a source that does not end by itself.
+  virtual std::optional<long> frame_count() const = 0;
+  virtual bool has_colour() const = 0;
+
+  /// Fills `frame` with the next frame; false at the end. Throws `Failure` when it is damaged.
+  virtual bool next(Frame& frame) = 0;
+};
+
+/// A source whose frames can be asked for again, to compare a recording with them.
+class IndexedSource : public FrameSource {
+ public:
+  bool next(Frame& frame) final {
+    const std::optional<long> count = frame_count();
+    if (count && next_index_ >= *count) return false;
+    load(next_index_, frame);
+    ++next_index_;
+    return true;
+  }
+
+  /// Fills `frame` with frame `index`, the same each time. Throws `Failure` when it is damaged or
+  /// there is no such frame.
+  virtual void load(long index, Frame& frame) = 0;
+
+ private:
+  long next_index_ = 0;
+};
+
+}  // namespace depth_io::tools

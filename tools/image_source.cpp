@@ -1,0 +1,157 @@
+#include "tools/image_source.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+#include "codec/liblinjpeg.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+#include "tools/output.h"
+#include "tools/png_file.h"
+
+namespace depth_io::tools {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+std::string_view take_digits(std::string_view& text) {
+  std::size_t count = 0;
+  while (count < text.size() && is_digit(text[count])) ++count;
+  const std::string_view digits = text.substr(0, count);
+  text.remove_prefix(count);
+  return digits;
+}
+
+std::string_view without_zeros(std::string_view digits) {
+  return digits.substr(std::min(digits.find_first_not_of('0'), digits.size()));
+}
+
+double read_scale(const std::string& directory) {
+  const std::string path = directory + "/scale";
+  const std::optional<std::string> text = read_regular_file(path, 4096);
+  if (!text) {
+    throw Failure("there is no file '" + path + "' with the units per metre; give --scale");
+  }
+  double scale = 0;
+  const char* const end = text->data() + text->size();
+  const auto result = std::from_chars(text->data(), end, scale);
+  const bool rest_is_blank = std::all_of(
+      result.ptr, end, [](char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; });
+  if (result.ec != std::errc() || !rest_is_blank || !std::isfinite(scale) || scale <= 0) {
+    throw Failure("'" + path + "' does not hold a number of units per metre");
+  }
+  return scale;
+}
+
+std::vector<std::string> list_depth_names(const std::string& directory) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator entry(directory + "/depth", error), end; !error && entry != end;
+       entry.increment(error)) {
+    const fs::path path = entry->path();
+    if (path.extension() == ".png") names.push_back(path.stem().string());
+  }
+  if (error) throw Failure("cannot list '" + directory + "/depth': " + error.message());
+  if (names.empty()) throw Failure("there are no .png files in '" + directory + "/depth'");
+  std::sort(names.begin(), names.end(), comes_before);
+  return names;
+}
+
+void check_size(const std::string& path, int width, int height) {
+  if (width == kFrameWidth && height == kFrameHeight) return;
+  throw Failure(format_text("'%s' is %d x %d pixels; frames are %d x %d", path.c_str(), width,
+                            height, kFrameWidth, kFrameHeight));
+}
+
+void load_png(const std::string& path, std::vector<unsigned char>& rgb) {
+  const Picture picture = read_colour_png(path);
+  check_size(path, picture.width(), picture.height());
+  rgb = picture.bytes();
+}
+
+void load_jpeg(const std::string& path, std::vector<unsigned char>& rgb) {
+  const JpegReadResult result = read_jpeg_file(path.c_str(), rgb);
+  if (result.width > 0) check_size(path, result.width, result.height);
+  if (!result.decoded) throw Failure("cannot read '" + path + "'");
+  if (result.warnings > 0) throw Failure("'" + path + "' is damaged");
+}
+
+}  // namespace
+
+bool comes_before(const std::string& a, const std::string& b) {
+  std::string_view x = a;
+  std::string_view y = b;
+  while (!x.empty() && !y.empty()) {
+    if (is_digit(x[0]) && is_digit(y[0])) {
+      const std::string_view m = without_zeros(take_digits(x));
+      const std::string_view n = without_zeros(take_digits(y));
+      if (m.size() != n.size()) return m.size() < n.size();
+      if (m != n) return m < n;
+    } else {
+      if (x[0] != y[0]) return x[0] < y[0];
+      x.remove_prefix(1);
+      y.remove_prefix(1);
+    }
+  }
+  if (x.empty() != y.empty()) return x.empty();
+  return a < b;
+}
+
+ImageSource::ImageSource(std::string directory, std::optional<double> units_per_metre,
+                         bool with_colour)
+    : directory_(std::move(directory)) {
+  std::error_code error;
+  if (!fs::is_directory(directory_, error)) {
+    throw Failure("there is no directory '" + directory_ + "'");
+  }
+  names_ = list_depth_names(directory_);
+  units_per_metre_ = units_per_metre ? *units_per_metre : read_scale(directory_);
+  if (with_colour) find_colour_files();
+}
+
+void ImageSource::find_colour_files() {
+  std::error_code error;
+  if (!fs::is_directory(directory_ + "/rgb", error)) return;
+  for (const std::string& name : names_) {
+    std::string path = directory_ + "/rgb/" + name + ".png";
+    if (!fs::exists(path, error)) path = directory_ + "/rgb/" + name + ".jpg";
+    if (!fs::exists(path, error)) {
+      throw Failure("there is no colour image '" + directory_ + "/rgb/" + name +
+                    ".png' or .jpg; give --no-colour to do without");
+    }
+    colour_files_.push_back(path);
+  }
+}
+
+void ImageSource::load(long index, Frame& frame) {
+  if (index < 0 || index >= static_cast<long>(names_.size())) {
+    throw Failure(format_text("'%s' has no frame %ld", directory_.c_str(), index));
+  }
+  const auto place = static_cast<std::size_t>(index);
+  load_depth(directory_ + "/depth/" + names_[place] + ".png", frame.depth);
+  frame.has_colour = has_colour();
+  if (!frame.has_colour) return;
+  const std::string& path = colour_files_[place];
+  if (path.ends_with(".png")) {
+    load_png(path, frame.bgr);
+  } else {
+    load_jpeg(path, frame.bgr);
+  }
+  for (std::size_t i = 0; i < frame.bgr.size(); i += 3) std::swap(frame.bgr[i], frame.bgr[i + 2]);
+}
+
+void ImageSource::load_depth(const std::string& path, std::vector<float>& depth) const {
+  const GreyImage image = read_grey_png(path);
+  check_size(path, image.width, image.height);
+  for (std::size_t i = 0; i < kFramePixels; ++i) {
+    depth[i] = static_cast<float>(static_cast<double>(image.pixels[i]) / units_per_metre_);
+  }
+}
+
+}  // namespace depth_io::tools

@@ -1,0 +1,18 @@
+#pragma once
+
+namespace depth_io::tools {
+
+/// Lets SIGINT and SIGTERM ask for an orderly end instead of killing the program, and makes a
+/// broken pipe an ordinary write error.
+void watch_signals();
+
+/// True after SIGINT or SIGTERM.
+bool interrupted();
+
+/// Sleeps until `seconds` on the monotonic clock, or until a signal comes.
+void sleep_until(double seconds);
+
+/// Seconds on the monotonic clock.
+double monotonic_seconds();
+
+}  // namespace depth_io::tools

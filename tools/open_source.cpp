@@ -1,0 +1,28 @@
+#include "tools/open_source.h"
+
+#include "tools/failure.h"
+#include "tools/image_source.h"
+#include "tools/synthetic_source.h"
+
+namespace depth_io::tools {
+namespace {
+
+constexpr char kSynthetic[] = "synthetic";
+constexpr char kImages[] = "images:";
+
+}  // namespace
+
+void check_source_text(const std::string& text, const char* option) {
+  if (text == kSynthetic) return;
+  if (text.starts_with(kImages) && text.size() > sizeof kImages - 1) return;
+  throw UsageFailure(std::string(option) + " must be " + kSourceHelp + ", not '" + text + "'");
+}
+
+std::unique_ptr<IndexedSource> open_source(const SourceChoice& choice) {
+  check_source_text(choice.text, "the source");
+  if (choice.text == kSynthetic) return std::make_unique<SyntheticSource>(choice.seed);
+  return std::make_unique<ImageSource>(choice.text.substr(sizeof kImages - 1), choice.scale,
+                                       choice.with_colour);
+}
+
+}  // namespace depth_io::tools

@@ -2,6 +2,7 @@
 
 // Everything of the codec in one include.
 
+#include "codec/calibration_dump.h"
 #include "codec/console.h"
 #include "codec/frame_names.h"
 #include "codec/frame_reader.h"
@@ -10,6 +11,7 @@
 #include "codec/number_text.h"
 #include "codec/numeric.h"
 #include "codec/ppm_file.h"
+#include "codec/reconstruction_check.h"
 #include "codec/run_length.h"
 #include "codec/timestamps.h"
 #include "codec/typed_buffers.h"

@@ -5,7 +5,6 @@
 
 using depth_io::Moment;
 using depth_io::print;
-using depth_io::print_line;
 
 namespace {
 
@@ -43,27 +42,9 @@ void measure_motion(Engine& engine, int current_frame) {
                                engine.threshold_motion_contrast, engine.DisplayMovingFrame.buffer);
 }
 
-bool is_moving(const Engine& engine) {
-  const float percent = 100.0F * engine.pct_moving;
-  if (!(percent > engine.threshold_pct_motion)) return false;
-  print("(Record compressed depth when motion detected ACTIVATED with pct motion %f)\n",
-        static_cast<double>(percent));
-  return true;
-}
-
-bool period_is_over(const Engine& engine, int current_frame) {
-  if (!engine.Record_period) return false;
-  // Kept: the line tells that the period is watched, not that it is over.
-  print_line("(Record compressed depth period)");
-  return depth_io::wrapping_subtract(current_frame, engine.last_time_recorded_at) >=
-         engine.Record_period_gap;
-}
-
 bool convert(double& unix_time, const Moment& moment, bool print_errors) {
   if (depth_io::to_unix_time(unix_time, moment, print_errors)) return true;
-  print("ERROR - converting current timestamp %d.%d.%d|%d %d %d.%d recoding to unixtime\n",
-        moment.year, moment.month, moment.day, moment.hour, moment.minute, moment.second,
-        moment.millisecond);
+  depth_io::report_impossible_moment(moment);
   return false;
 }
 
@@ -169,8 +150,9 @@ bool KV_RGBD_CameraCompression::_apply(bool SAVE_WITH_TIMESTAMP, int current_fra
   RECORDED = false;
   pct_moving = 0.0F;
   measure_motion(*this, current_frame);
-  const bool moving = is_moving(*this);
-  const bool too_long = period_is_over(*this, current_frame);
+  const bool moving = depth_io::is_moving(*this);
+  const bool too_long = depth_io::period_is_over(
+      *this, depth_io::wrapping_subtract(current_frame, last_time_recorded_at));
   RateCheck rate;
   if (!check_rate(*this, capture, rate)) return false;
   print_decision(*this, capture, moving, too_long, rate);

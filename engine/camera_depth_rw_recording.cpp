@@ -1,9 +1,7 @@
-#include <cstdint>
-
-#include "codec/numeric.h"
 #include "engine/camera_depth_rw.h"
 #include "engine/capture_rules.h"
 #include "engine/frame_write.h"
+#include "engine/history_recording.h"
 
 using depth_io::Moment;
 using depth_io::print;
@@ -43,34 +41,6 @@ bool write_slot(Engine& engine, const Target& target, int slot, int frame_number
                                 .cx = engine.cx,
                                 .cy = engine.cy,
                                 .debug = target.debug});
-}
-
-int record_frame_numbers(Engine& engine, const Target& target, int first, int last,
-                         int current_frame) {
-  const int oldest = depth_io::wrapping_subtract(current_frame, engine.SizeHistory);
-  bool complete = true;
-  // Wider than the frame numbers, so that the last int ends the loop, too.
-  for (std::int64_t number = first; number <= last; ++number) {
-    const int index = static_cast<int>(number);
-    const bool in_ring =
-        number > std::int64_t{current_frame} - engine.SizeHistory && number <= current_frame;
-    if (!in_ring) {
-      print(
-          " - WARNING - depth history corresponding index out of range %d (SizeHistory %d) "
-          "current_frame %d [%d:%d]\n",
-          index, engine.SizeHistory, current_frame, oldest, current_frame);
-      complete = false;
-      continue;
-    }
-    const int slot = engine.GetHistoryCorrespondingIndex(index);
-    if (!depth_io::is_slot(slot, engine.SizeHistory)) {
-      print_line(" - ERROR - depth history corresponding index out of range");
-      return 0;
-    }
-    print("recording %d history_index %d (SizeHistory %d)\n", index, slot, engine.SizeHistory);
-    if (!write_slot(engine, target, slot, index)) return 0;
-  }
-  return complete ? 1 : 0;
 }
 
 int record_time_range(Engine& engine, const Target& target, const Moment& start,
@@ -158,7 +128,13 @@ int KV_RGBD_CameraCompression::_recording(
                       .number_digits = number_digits,
                       .debug = debug};
   if (!SAVE_WITH_TIMESTAMP) {
-    return record_frame_numbers(*this, target, start_frame_index, stop_frame_index, current_frame);
+    const auto slot_of = [this](int number) { return GetHistoryCorrespondingIndex(number); };
+    const auto write = [&](int slot, int number) {
+      return write_slot(*this, target, slot, number);
+    };
+    const bool complete = depth_io::record_numbered_range(
+        {start_frame_index, stop_frame_index, current_frame, SizeHistory}, slot_of, write);
+    return complete ? 1 : 0;
   }
   const Moment start{start_year,   start_month,  start_day,        start_hour,
                      start_minute, start_second, start_millisecond};

@@ -22,6 +22,19 @@ bool passes_rate_limit(double seconds_since_last, float frames_per_second) {
   return seconds_since_last > static_cast<double>(1.0F / frames_per_second);
 }
 
+CameraConstants camera_constants(int camera_type) {
+  constexpr CameraConstants kKinect{528.0144F, 528.0144F, 320.0F, 267.0F};
+  // Kept: cx and cy in this order, as rows go with cx.
+  constexpr CameraConstants kAsus{533.0F, 533.0F, 240.0F, 320.0F};
+  return camera_type == 0 ? kKinect : kAsus;
+}
+
+void report_impossible_moment(const Moment& moment) {
+  print("ERROR - converting current timestamp %d.%d.%d|%d %d %d.%d recoding to unixtime\n",
+        moment.year, moment.month, moment.day, moment.hour, moment.minute, moment.second,
+        moment.millisecond);
+}
+
 int next_slot(int slot, int size) { return slot + 1 >= size ? 0 : slot + 1; }
 
 bool is_slot(int slot, int size) { return slot >= 0 && slot < size; }

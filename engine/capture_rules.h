@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "codec/console.h"
 #include "codec/timestamps.h"
 
 /// The rules of capture that the engines share, on plain data.
@@ -28,11 +29,42 @@ float measure_motion(const MotionInput& frames, float contrast, float* moving);
 /// 0 never passes. The shortest interval is a single-precision reciprocal.
 bool passes_rate_limit(double seconds_since_last, float frames_per_second);
 
+/// Intrinsics by camera type: 0 Kinect class, 1 ASUS class.
+struct CameraConstants {
+  float a11;
+  float a22;
+  float cx;
+  float cy;
+};
+CameraConstants camera_constants(int camera_type);
+
 /// The slot after `slot` in a ring of `size`.
 int next_slot(int slot, int size);
 
 /// Whether `slot` is one of a ring of `size`.
 bool is_slot(int slot, int size);
+
+/// Whether enough pixels moved; tells so.
+template <typename Engine>
+bool is_moving(const Engine& engine) {
+  const float percent = 100.0F * engine.pct_moving;
+  if (!(percent > engine.threshold_pct_motion)) return false;
+  print("(Record compressed depth when motion detected ACTIVATED with pct motion %f)\n",
+        static_cast<double>(percent));
+  return true;
+}
+
+/// Whether the period, if one is set, is over after `elapsed` frames. Kept: the line tells that the
+/// period is watched, not that it is over.
+template <typename Engine>
+bool period_is_over(const Engine& engine, int elapsed) {
+  if (!engine.Record_period) return false;
+  print_line("(Record compressed depth period)");
+  return elapsed >= engine.Record_period_gap;
+}
+
+/// Prints that a moment of capture does not exist.
+void report_impossible_moment(const Moment& moment);
 
 // The engines keep moments as separate public fields and buffers; these turn them into one value.
 

@@ -1,0 +1,173 @@
+#include "catalogue/catalogue.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+#include "catalogue/folder_scan.h"
+#include "codec/console.h"
+#include "codec/file_io.h"
+#include "codec/text_parser.h"
+
+using depth_io::FolderContent;
+using depth_io::Links;
+using depth_io::print;
+using depth_io::print_line;
+using depth_io::print_line_and_wait;
+using depth_io::wait_for_key;
+
+namespace {
+
+/// So many frames are listed of one directory.
+constexpr std::size_t kMostEntries = 1000000;
+
+/// The times of all entries; false when one of them has none.
+bool find_times(const std::vector<std::string>& entries, double* times) {
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const auto time = depth_io::entry_time(entries[i]);
+    if (!time) {
+      print_line_and_wait("faield");
+      return false;
+    }
+    times[i] = *time;
+  }
+  return true;
+}
+
+/// Keeps the first `most` entries and tells when there were more.
+void keep_first(std::vector<std::string>& entries, std::size_t most) {
+  if (entries.size() <= most) return;
+  print_line("Cound not insert string, full array");
+  entries.resize(most);
+}
+
+/// Whether an entry fits the rows of a caller's table; all have the same length.
+bool fits_rows(const depth_io_ClassBufferChar1D& table, const std::string& entry) {
+  return table.N1D < 1 || static_cast<int>(entry.size()) < table.arr1D[0].N;
+}
+
+depth_io::ReplacedFile announce_and_open(const std::string& path) {
+  print("(ListEntriesInDir) opening for writing %s\n", path.c_str());
+  return depth_io::ReplacedFile(path);
+}
+
+void write_numbered(depth_io::BufferedFile& file, const char* before, std::size_t number,
+                    const std::string& entry) {
+  file.write(before);
+  file.write_int(static_cast<int>(number));
+  file.write(" ");
+  file.write(entry);
+  file.write("\n");
+}
+
+/// Lists one sub-directory's frames in time order, inside and beside it; false when a time is
+/// missing.
+bool write_sub_directory_files(const std::string& directory, const std::string& name,
+                               FolderContent& content) {
+  std::vector<std::string>& entries = content.entries;
+  keep_first(entries, kMostEntries);
+  const int count = static_cast<int>(entries.size());
+  std::vector<double> times(entries.size());
+  std::vector<int> order(entries.size());
+  if (!find_times(entries, times.data())) return false;
+  BubbleSort(count, times.data(), order.data(), count);
+  const auto by_time = [&](std::size_t i) -> const std::string& {
+    return entries[static_cast<std::size_t>(order[i])];
+  };
+
+  depth_io::ReplacedFile list = announce_and_open(directory + "/" + name + "/list.txt");
+  for (std::size_t i = 0; i < entries.size(); ++i)
+    write_numbered(list.content(), "", i, by_time(i));
+  list.put_in_place();
+
+  const std::string info_path = directory + "/info" + name + ".txt";
+  depth_io::ReplacedFile info = announce_and_open(info_path);
+  write_numbered(info.content(), "start ", 0, by_time(0));
+  write_numbered(info.content(), "end ", entries.size() - 1, by_time(entries.size() - 1));
+  info.put_in_place();
+
+  // Only a directory comes here; the flag is part of the line.
+  print("'%s' subdir %d nbfiles %d (%s)\n", name.c_str(), 1, content.files, info_path.c_str());
+  return true;
+}
+
+void write_recording_info(const std::string& directory, int sub_directories) {
+  depth_io::ReplacedFile info = announce_and_open(directory + "/info.txt");
+  info.content().write("nb_sub_dir ");
+  info.content().write_int(sub_directories);
+  info.content().write("\n");
+  info.put_in_place();
+  print("nb_sub_dir %d\n", sub_directories);
+}
+
+}  // namespace
+
+int ListEntriesInDir(const char* dirname) {
+  print_line(
+      " - INFO - listing sub folders and creating info.txt for each of them and a list.txt for "
+      "their content");
+  if (dirname == nullptr) return 0;
+  const std::string directory = dirname;
+  const auto names = depth_io::list_names(directory, Links::kFollow);
+  if (!names) return 0;
+  int sub_directories = 0;
+  for (const std::string& name : *names) {
+    auto content = depth_io::scan_folder(directory + "/" + name, Links::kRefuse);
+    if (!content || content->entries.empty()) continue;
+    ++sub_directories;
+    if (!write_sub_directory_files(directory, name, *content)) return 0;
+  }
+  write_recording_info(directory, sub_directories);
+  return sub_directories;
+}
+
+int ListEntriesInSubDir(const char* dirname, depth_io_ClassBufferChar1D& SortedStamps,
+                        depth_io_ClassBufferChar1D& TimeStamps,
+                        depth_io_ClassBufferDOUBLE& UnixTimes,
+                        depth_io_ClassBufferINT& SortedIndex) {
+  SortedStamps.ResetCounter();
+  TimeStamps.ResetCounter();
+  if (dirname == nullptr) return 0;
+  auto content = depth_io::scan_folder(dirname, Links::kFollow);
+  if (!content || content->entries.empty()) return 0;
+  std::vector<std::string>& entries = content->entries;
+  std::erase_if(entries, [&](const std::string& entry) {
+    return !fits_rows(TimeStamps, entry) || !fits_rows(SortedStamps, entry);
+  });
+  const int most = std::min({SortedStamps.N1D, TimeStamps.N1D, UnixTimes.N, SortedIndex.N});
+  keep_first(entries, static_cast<std::size_t>(std::max(most, 0)));
+
+  const int count = static_cast<int>(entries.size());
+  for (std::string& entry : entries) TimeStamps.Insert(entry.data());
+  if (!find_times(entries, UnixTimes.buffer)) return 0;
+  BubbleSort(count, UnixTimes.buffer, SortedIndex.buffer, count);
+  for (int i = 0; i < count; ++i) {
+    SortedStamps.Insert(entries[static_cast<std::size_t>(SortedIndex.buffer[i])].data());
+  }
+  print("nbfiles %d nbframes %d (%s)\n", content->files, count, dirname);
+  return count;
+}
+
+int ReadInfoNbSubDir(char* dirname) {
+  const std::string path = std::string(dirname == nullptr ? "" : dirname) + "/info.txt";
+  print("opening for reading nb sub directories '%s'\n", path.c_str());
+  const auto file = depth_io::read_regular_file(path.c_str());
+  if (!file) {
+    print_line_and_wait("FAILED - run 'ListEntriesInDir(directory)' before");
+    return 0;
+  }
+  depth_io::TextParser parser(file->text());
+  if (parser.word() != "nb_sub_dir") {
+    print_line_and_wait("ERROR - failed to read 'nb_sub_dir'");
+    return 0;
+  }
+  const int count = parser.integer().value_or(0);
+  print(" => %d sub directories\n", count);
+  return count;
+}
+
+int countEntriesInDir_main(int argc, char** argv) {
+  if (argc != 2) std::exit(1);
+  print("entries in %s: %d\n", argv[1], ListEntriesInDir(argv[1]));
+  return 0;
+}

@@ -1,0 +1,83 @@
+#include "catalogue/folder_scan.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "codec/frame_names.h"
+#include "codec/timestamps.h"
+
+namespace depth_io {
+namespace {
+
+/// "-depth.rle": what follows the stamp text of a frame recorded with the stem "depth".
+constexpr std::size_t kCutLength = 10;
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+std::unique_ptr<DIR, CloseDirectory> open_directory(const std::string& path, Links links) {
+  const int no_follow = links == Links::kRefuse ? O_NOFOLLOW : 0;
+  const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | no_follow);
+  if (descriptor < 0) return nullptr;
+  DIR* const directory = fdopendir(descriptor);
+  if (directory == nullptr) close(descriptor);
+  return std::unique_ptr<DIR, CloseDirectory>(directory);
+}
+
+/// Blanks and control characters would break the lines of a catalogue file.
+bool is_plain_text(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte > ' ' && byte != 0x7F;
+  });
+}
+
+/// The entry of a label map's name; empty for any other name.
+std::string_view entry_of(std::string_view name) {
+  if (name.size() <= kCutLength || !name.ends_with(kLabelMapEnding)) return {};
+  const std::string_view entry = name.substr(0, name.size() - kCutLength);
+  return entry.size() < kEntrySize && is_plain_text(name) ? entry : std::string_view{};
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> list_names(const std::string& path, Links links) {
+  const auto directory = open_directory(path, links);
+  if (directory == nullptr) return {};
+  std::vector<std::string> names;
+  while (const dirent* const entry = readdir(directory.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  return names;
+}
+
+std::optional<FolderContent> scan_folder(const std::string& path, Links links) {
+  const auto names = list_names(path, links);
+  if (!names) return {};
+  FolderContent content;
+  content.files = static_cast<int>(names->size());
+  for (const std::string& name : *names) {
+    const std::string_view entry = entry_of(name);
+    if (!entry.empty()) content.entries.emplace_back(entry);
+  }
+  return content;
+}
+
+std::optional<double> entry_time(const std::string& entry) {
+  std::string text = entry;
+  Moment moment;
+  if (!parse_stamp(text.data(), moment)) return {};
+  double unix_time = 0.0;
+  to_unix_time(unix_time, moment, false);
+  return unix_time;
+}
+
+}  // namespace depth_io

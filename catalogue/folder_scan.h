@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What a directory of recorded frames holds.
+namespace depth_io {
+
+/// Bytes of an entry with its NUL; longer names are no frames of a recording.
+inline constexpr int kEntrySize = 30;
+
+struct FolderContent {
+  /// Directory entries of any kind, without "." and "..".
+  int files = 0;
+  /// Entry of each frame, its label map's name without the last ten characters, in directory order.
+  std::vector<std::string> entries;
+};
+
+enum class Links { kFollow, kRefuse };
+
+/// Reads a directory; nothing when it cannot be opened as one.
+std::optional<FolderContent> scan_folder(const std::string& path, Links links);
+
+/// Names in a directory, without "." and "..", in directory order; nothing when it cannot be
+/// opened.
+std::optional<std::vector<std::string>> list_names(const std::string& path, Links links);
+
+/// Seconds since 1970 of the moment that an entry begins with; nothing when that cannot be parsed.
+std::optional<double> entry_time(const std::string& entry);
+
+}  // namespace depth_io

@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/install_dependencies.sh test
-shellcheck scripts/*.sh .ci/run
+shellcheck scripts/*.sh tests/*/*.sh .ci/run
 
 jobs=$(nproc)
 for preset in asan dev; do

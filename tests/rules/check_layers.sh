@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Fails when a folder includes what lies above it.
+# Usage: check_layers.sh SOURCE-DIRECTORY
+set -euo pipefail
+cd "$1"
+
+status=0
+# check FOLDER ALLOWED: sources in FOLDER include, of ours, only what ALLOWED matches.
+check() {
+  local found
+  [ -d "$1" ] || return 0
+  if found=$(grep -rnE '^#include "' "$1" --include='*.h' --include='*.cpp' | grep -vE "#include \"($2)"); then
+    echo "$1/ includes what it may not:" >&2
+    echo "$found" >&2
+    status=1
+  fi
+}
+check codec 'codec/'
+check catalogue 'codec/|catalogue/'
+check engine 'codec/|catalogue/|engine/'
+check camera 'camera/|codec/console\.h'
+
+# The program sees only what is installed.
+public=$(sed -n '/set(public_headers/,/)/p' CMakeLists.txt | grep -oE '[a-z]+/[a-z0-9_]+\.h' | sort -u)
+while read -r header; do
+  grep -qx "$header" <<<"$public" || {
+    echo "tools/ includes $header, which is not public" >&2
+    status=1
+  }
+done < <(grep -rhoE '^#include "(codec|catalogue|engine|camera)/[a-z0-9_]+\.h"' tools | cut -d'"' -f2 | sort -u)
+exit $status

@@ -21,8 +21,9 @@ bool know_camera(Engine& engine) {
 
 /// Writes the current frame into its minute folder.
 bool write_current_frame(Engine& engine, const StampedCapture& capture) {
-  // Frames before this one may have been captured and not recorded; then no folder was made yet,
-  // and without all three levels the frame would land in the process's current directory.
+  // Frames before this one may have been captured and not recorded, or their folder could not be
+  // made. Then there is none, and without all three levels the frame would land in the process's
+  // current directory.
   const bool has_folder = engine.CurrentFolderStringMinute[0] != '\0';
   const bool from_the_top = !engine.INITIALISED || !has_folder;
   if (!depth_io::make_capture_folders(engine, capture.moment, from_the_top)) return false;

@@ -76,17 +76,17 @@ bool make_capture_folders(Engine& engine, const Moment& moment, bool from_the_to
   const bool same_day = engine.last_time_recorded_year == moment.year &&
                         engine.last_time_recorded_month == moment.month &&
                         engine.last_time_recorded_day == moment.day;
-  if ((from_the_top || !same_day) && !make_day_folder(engine, moment, Voice::kTellsAll)) {
-    return false;
-  }
   // Kept: hour and minute are each compared alone, so the same hour of another day keeps its
   // folder.
   const bool same_hour = engine.last_time_recorded_hour == moment.hour;
-  if ((from_the_top || !same_hour) && !make_hour_folder(engine, moment, Voice::kTellsAll)) {
-    return false;
-  }
   const bool same_minute = engine.last_time_recorded_minute == moment.minute;
-  return (!from_the_top && same_minute) || make_minute_folder(engine, moment, Voice::kTellsAll);
+  constexpr Voice kVoice = Voice::kTellsAll;
+  const bool made = ((!from_the_top && same_day) || make_day_folder(engine, moment, kVoice)) &&
+                    ((!from_the_top && same_hour) || make_hour_folder(engine, moment, kVoice)) &&
+                    ((!from_the_top && same_minute) || make_minute_folder(engine, moment, kVoice));
+  // After a failure the next frame has all levels made, also when it is of the same minute.
+  if (!made) engine.CurrentFolderStringMinute[0] = '\0';
+  return made;
 }
 
 bool make_buffer_folders(Engine& engine, const Moment& moment) {

@@ -338,9 +338,10 @@ bool load_engine_colour(Engine& engine, const char* file_name) {
 
 template <typename Engine>
 bool read_depth_for_calibration(Engine& engine, char* depth_filename) {
-  std::fill_n(engine.DepthMap, kFramePixels, 0.0F);
+  const bool has_maps = engine.DepthMap != nullptr;
+  if (has_maps) std::fill_n(engine.DepthMap, kFramePixels, 0.0F);
   engine.MapHasDepth.Init(false);
-  if (!load_compressed_data_vostrel(engine.RW, depth_filename)) {
+  if (!has_maps || !load_compressed_data_vostrel(engine.RW, depth_filename)) {
     print("ERROR KV_RGBD_CameraCompression read - read_compressed '%s' failed\n", depth_filename);
     return false;
   }

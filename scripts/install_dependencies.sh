@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and that this machine does not have yet.
-# Usage: scripts/install_dependencies.sh [build|test]   (default: test, which includes build)
+# Usage: scripts/install_dependencies.sh [build|test|bench]   (default: test; each includes build)
 set -euo pipefail
 
 build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev)
+bench_packages=(libbenchmark-dev)
 test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev pkg-config shellcheck)
 
 case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;
   test) wanted=("${build_packages[@]}" "${test_packages[@]}") ;;
+  bench) wanted=("${build_packages[@]}" "${bench_packages[@]}") ;;
   *)
-    echo "usage: $0 [build|test]" >&2
+    echo "usage: $0 [build|test|bench]" >&2
     exit 2
     ;;
 esac

@@ -13,8 +13,9 @@ namespace depth_io {
 /// zero.
 inline int encode_depth(float depth, float reference) {
   const float steps = (kHalfWindow + (depth - reference)) * kCodesPerMetre;
-  // In double the sum is exact, whatever the steps.
-  return static_cast<int>(static_cast<double>(steps) + (steps < 0.0F ? -0.5 : 0.5));
+  // Not negative within the window; what is left behind the point is exact.
+  const int whole = static_cast<int>(steps);
+  return whole + (steps - static_cast<float>(whole) >= 0.5F ? 1 : 0);
 }
 
 /// Distance from the reference depth that each code stands for, metres.

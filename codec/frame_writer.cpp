@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
@@ -118,8 +119,8 @@ void clear_record(FrameWrite& frame) {
   struct_read_write_depth& record = frame.record;
   const std::size_t pixels = depth_io::pixel_count(record);
   std::fill_n(record.Label, pixels, -1);
-  std::fill_n(record.LabelRefZ, pixels, -1.0F);
   std::fill_n(record.Encode, pixels, 0);
+  std::fill_n(record.LabelRefZ, pixels, -1.0F);
   std::fill_n(record.ErrorMap, pixels, false);
 }
 
@@ -149,33 +150,69 @@ int open_label(depth_io::LabelTable& labels, float depth) {
   return labels.add(depth);
 }
 
+/// Gives a pixel the first label that fits, and its code.
+bool code_pixel(FrameWrite& frame, depth_io::LabelTable& labels, std::size_t pixel) {
+  const float depth = frame.depth[pixel];
+  int label = labels.find(depth);
+  int code = depth_io::kReferenceCode;
+  if (label >= 0) {
+    const float reference = labels.reference(label);
+    code = depth_io::encode_depth(depth, reference);
+    if (!is_valid_code(code)) return refuse("error encode");
+    const float decoded = decode_depth(code, reference);
+    if (std::fabs(decoded - depth) > kCodeTolerance) {
+      return report_missed_depth(frame, pixel, label, reference, code, decoded);
+    }
+  } else {
+    label = open_label(labels, depth);
+    if (label < 0) return false;
+  }
+  frame.record.Label[pixel] = label;
+  frame.record.Encode[pixel] = code;
+  return true;
+}
+
+/// So many pixels are coded at once where one label holds them all.
+constexpr int kBlock = 16;
+
+/// Codes a block of pixels that the label found last is sure to be the first to fit; false when
+/// there is none, or one of its pixels would be missed. The compiler makes vector code of the
+/// loops.
+bool code_block(FrameWrite& frame, const depth_io::LabelTable& labels, std::size_t first) {
+  const float* const depth = frame.depth + first;
+  const int* const mask = frame.record.write_MapObject + first;
+  int signs = 0;
+  for (int i = 0; i < kBlock; ++i) signs |= mask[i];
+  if (signs < 0 || !labels.fits_last(depth, kBlock)) return false;
+
+  const int label = labels.last();
+  const float reference = labels.reference(label);
+  int codes[kBlock];
+  int missed = 0;
+  for (int i = 0; i < kBlock; ++i) {
+    codes[i] = depth_io::encode_depth(depth[i], reference);
+    const float decoded =
+        static_cast<float>(codes[i]) / depth_io::kCodesPerMetre - depth_io::kHalfWindow + reference;
+    missed |= std::fabs(decoded - depth[i]) > kCodeTolerance ? 1 : 0;
+  }
+  if (missed != 0) return false;
+  std::fill_n(frame.record.Label + first, kBlock, label);
+  std::copy_n(codes, kBlock, frame.record.Encode + first);
+  return true;
+}
+
 /// Gives every pixel that the mask lets through the first label that fits, and its code.
 bool label_pixels(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - label ref");
   const std::size_t pixels = depth_io::pixel_count(frame.record);
-  const int* const mask = frame.record.write_MapObject;
-  int* const label_of = frame.record.Label;
-  int* const code_of = frame.record.Encode;
   depth_io::LabelTable labels(frame.record.LabelRefZ, static_cast<int>(pixels));
-  for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-    if (mask[pixel] < 0) continue;
-    const float depth = frame.depth[pixel];
-    int label = labels.find(depth);
-    int code = depth_io::kReferenceCode;
-    if (label >= 0) {
-      const float reference = labels.reference(label);
-      code = depth_io::encode_depth(depth, reference);
-      if (!is_valid_code(code)) return refuse("error encode");
-      const float decoded = decode_depth(code, reference);
-      if (std::fabs(decoded - depth) > kCodeTolerance) {
-        return report_missed_depth(frame, pixel, label, reference, code, decoded);
-      }
-    } else {
-      label = open_label(labels, depth);
-      if (label < 0) return false;
+  for (std::size_t first = 0; first < pixels; first += kBlock) {
+    const std::size_t end = std::min(first + kBlock, pixels);
+    if (end - first == kBlock && code_block(frame, labels, first)) continue;
+    for (std::size_t pixel = first; pixel < end; ++pixel) {
+      if (frame.record.write_MapObject[pixel] < 0) continue;
+      if (!code_pixel(frame, labels, pixel)) return false;
     }
-    label_of[pixel] = label;
-    code_of[pixel] = code;
   }
   frame.label_count = labels.count();
   return true;
@@ -239,15 +276,40 @@ bool read_code_image_back(FrameWrite& frame) {
   return true;
 }
 
-/// Whether codes so close cannot differ by more than the tolerance of their depth. Each step of the
-/// tolerance is one code step, so fewer code steps than that are within it whatever the rounding.
-bool is_surely_tolerable(int written_code, int read_code, float written_depth) {
-  constexpr float kFarFromClamping = 250.0F;
-  const int steps = written_code > read_code ? written_code - read_code : read_code - written_code;
-  const int tolerated = 1 + int{written_depth >= 1.0F} + int{written_depth >= 2.0F} +
-                        int{written_depth >= 3.0F} + int{written_depth >= 4.0F};
-  return steps < tolerated && written_depth >= 0.0F && written_depth <= kFarFromClamping;
-}
+/// Code steps by which the JPEG may move a code of a label, whatever the rounding. Each step of the
+/// tolerance is one code step, so fewer of them than the depth's own are within it; 0 where the
+/// code has to be looked at, for it is near the ends of the range or no number.
+class TolerableSteps {
+ public:
+  TolerableSteps(const float* references, int labels)
+      : references_(references), tabled_(std::min(labels, kTabledLabels)) {
+    for (int label = 0; label < tabled_; ++label) {
+      for (int code = 0; code <= depth_io::kLargestCode; ++code) {
+        steps_[label][code] = static_cast<unsigned char>(find(label, code));
+      }
+    }
+  }
+
+  int of(int label, int code) const {
+    return label < tabled_ ? steps_[label][code] : find(label, code);
+  }
+
+ private:
+  /// Real frames have fewer labels.
+  static constexpr int kTabledLabels = 32;
+
+  int find(int label, int code) const {
+    constexpr float kFarFromClamping = 250.0F;
+    const float depth = decode_depth(code, references_[label]);
+    const bool is_inside = depth >= depth_io::kSmallestDepth && depth <= kFarFromClamping;
+    if (!is_inside) return 0;
+    return 1 + int{depth >= 1.0F} + int{depth >= 2.0F} + int{depth >= 3.0F} + int{depth >= 4.0F};
+  }
+
+  const float* references_;
+  int tabled_;
+  unsigned char steps_[kTabledLabels][depth_io::kLargestCode + 1];
+};
 
 /// Flags the pixels that the JPEG moved beyond their tolerance.
 bool find_errors(FrameWrite& frame) {
@@ -255,6 +317,7 @@ bool find_errors(FrameWrite& frame) {
   const std::size_t pixels = depth_io::pixel_count(record);
   const int* const label_of = record.Label;
   const float* const references = record.LabelRefZ;
+  const TolerableSteps tolerable(references, frame.label_count);
   // Kept: the cursors move on at labelled pixels only, so with a mask the bytes compared behind the
   // first unlabelled pixel belong to an earlier one. Recordings depend on the records so chosen.
   const unsigned char* written = record.EncodeUC;
@@ -267,9 +330,9 @@ bool find_errors(FrameWrite& frame) {
     written += kBytesPerPixel;
     read += kBytesPerPixel;
     if (!is_valid_code(written_code) || !is_valid_code(read_code)) return refuse("error encode4");
+    if (std::abs(written_code - read_code) < tolerable.of(label, written_code)) continue;
     const float reference = references[label];
     const float written_depth = decode_depth(written_code, reference);
-    if (is_surely_tolerable(written_code, read_code, written_depth)) continue;
     const float read_depth = depth_io::clamp_depth(decode_depth(read_code, reference));
     if (std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth)) {
       record.ErrorMap[pixel] = true;

@@ -23,6 +23,17 @@ class LabelTable {
     return search(depth);
   }
 
+  /// Whether the label found or opened last is sure to be the first to fit each of `count` depths.
+  bool fits_last(const float* depth, int count) const {
+    const Interval& sure = sure_of_[last_];
+    int outside = 0;
+    for (int i = 0; i < count; ++i) {
+      outside |= depth[i] >= sure.low && depth[i] <= sure.high ? 0 : 1;
+    }
+    return outside == 0;
+  }
+  int last() const { return last_; }
+
   /// Opens a label with reference `depth` and returns it.
   int add(float depth);
 

@@ -1,0 +1,150 @@
+#include "codec/file_io.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <limits>
+#include <string>
+
+#include "tests/support/temp_directory.h"
+
+namespace depth_io::test {
+namespace {
+
+TEST(ReadRegularFile, GivesAllBytes) {
+  const TempDirectory directory;
+  const std::string bytes("a\0b\n", 4);
+  write_file(directory.file("f"), bytes);
+  const auto file = read_regular_file(directory.file("f").c_str());
+  ASSERT_TRUE(file);
+  EXPECT_EQ(file->text(), bytes);
+  EXPECT_EQ(file->bytes().size(), 4U);
+}
+
+TEST(ReadRegularFile, AnEmptyFileIsAFile) {
+  const TempDirectory directory;
+  write_file(directory.file("f"), "");
+  const auto file = read_regular_file(directory.file("f").c_str());
+  ASSERT_TRUE(file);
+  EXPECT_TRUE(file->text().empty());
+}
+
+TEST(ReadRegularFile, RefusesEverythingElse) {
+  const TempDirectory directory;
+  ASSERT_EQ(mkfifo(directory.file("fifo").c_str(), 0600), 0);
+  EXPECT_FALSE(read_regular_file(directory.file("fifo").c_str()));
+  EXPECT_FALSE(read_regular_file(directory.path().c_str()));
+  EXPECT_FALSE(read_regular_file("/dev/zero"));
+  EXPECT_FALSE(read_regular_file(directory.file("missing").c_str()));
+  EXPECT_FALSE(read_regular_file(nullptr));
+}
+
+TEST(ReadRegularFile, RefusesAFileThatIsTooLarge) {
+  const TempDirectory directory;
+  write_file(directory.file("f"), "x");
+  ASSERT_EQ(truncate(directory.file("f").c_str(), static_cast<off_t>(kLargestFile) + 1), 0);
+  EXPECT_FALSE(read_regular_file(directory.file("f").c_str()));
+}
+
+TEST(OutputFile, FollowsNoLink) {
+  const TempDirectory directory;
+  write_file(directory.file("target"), "kept");
+  std::filesystem::create_symlink(directory.file("target"), directory.file("link"));
+  OutputFile file(directory.file("link").c_str());
+  EXPECT_FALSE(file.is_open());
+  EXPECT_FALSE(file.write("x", 1));
+  EXPECT_FALSE(file.close());
+  EXPECT_EQ(read_file(directory.file("target")), "kept");
+}
+
+TEST(OutputFile, DoesNotWaitForAReader) {
+  const TempDirectory directory;
+  ASSERT_EQ(mkfifo(directory.file("fifo").c_str(), 0600), 0);
+  const OutputFile file(directory.file("fifo").c_str());
+  EXPECT_FALSE(file.is_open());
+}
+
+TEST(OutputFile, TellsThatADiskIsFull) {
+  OutputFile file("/dev/full");
+  ASSERT_TRUE(file.is_open());
+  EXPECT_FALSE(file.write("x", 1));
+  EXPECT_FALSE(file.close());
+}
+
+TEST(BufferedFile, TellsThatADiskIsFullAtTheEnd) {
+  BufferedFile file("/dev/full");
+  ASSERT_TRUE(file.is_open());
+  file.write("x");
+  EXPECT_FALSE(file.close());
+}
+
+TEST(BufferedFile, WritesMoreThanItsBuffer) {
+  const TempDirectory directory;
+  BufferedFile file(directory.file("f").c_str());
+  std::string expected;
+  for (int i = 0; i < 20000; ++i) {
+    file.write_int(i);
+    file.write(" ");
+    expected += std::to_string(i) + " ";
+  }
+  const std::string large(100000, 'x');
+  file.write(large);
+  file.write_byte('y');
+  EXPECT_TRUE(file.close());
+  EXPECT_EQ(read_file(directory.file("f")), expected + large + "y");
+}
+
+TEST(BufferedFile, WritesSixDecimals) {
+  const TempDirectory directory;
+  BufferedFile file(directory.file("f").c_str());
+  for (const float number : {0.0F, -1.5F, 0.1F, 533.0F, std::numeric_limits<float>::max(),
+                             std::numeric_limits<float>::infinity()}) {
+    file.write_fixed(number);
+    file.write("\n");
+  }
+  EXPECT_TRUE(file.close());
+  EXPECT_EQ(read_file(directory.file("f")),
+            "0.000000\n-1.500000\n0.100000\n533.000000\n"
+            "340282346638528859811704183484516925440.000000\ninf\n");
+}
+
+TEST(ReplacedFile, StandsUnderItsNameOnlyWhenPutInPlace) {
+  const TempDirectory directory;
+  write_file(directory.file("f"), "old");
+  ReplacedFile file(directory.file("f"));
+  file.content().write("new");
+  EXPECT_EQ(read_file(directory.file("f")), "old");
+  EXPECT_TRUE(file.put_in_place());
+  EXPECT_EQ(read_file(directory.file("f")), "new");
+}
+
+TEST(ReplacedFile, ReplacesALinkAndNotItsTarget) {
+  const TempDirectory directory;
+  write_file(directory.file("target"), "kept");
+  std::filesystem::create_symlink(directory.file("target"), directory.file("link"));
+  ReplacedFile file(directory.file("link"));
+  file.content().write("new");
+  EXPECT_TRUE(file.put_in_place());
+  EXPECT_EQ(read_file(directory.file("target")), "kept");
+  EXPECT_FALSE(std::filesystem::is_symlink(directory.file("link")));
+}
+
+TEST(ReplacedFile, LeavesNothingBehindWhenItFails) {
+  const TempDirectory directory;
+  std::filesystem::create_directories(directory.file("f") + "/in-the-way");
+  {
+    ReplacedFile file(directory.file("f"));
+    file.content().write("new");
+    EXPECT_FALSE(file.put_in_place());
+  }
+  int entries = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory.path())) {
+    ++entries;
+  }
+  EXPECT_EQ(entries, 1);
+}
+
+}  // namespace
+}  // namespace depth_io::test

@@ -1,11 +1,14 @@
 #include "codec/calibration_dump.h"
 
+#include <sys/stat.h>
+
 #include <cstdint>
 #include <cstring>
 #include <limits>
 
 #include "tests/support/frame_fixture.h"
 #include "tests/support/german_locale.h"
+#include "tests/support/no_space_left.h"
 
 // The uncompressed depth map for a calibration tool.
 namespace depth_io::test {
@@ -129,6 +132,23 @@ TEST_F(CalibrationDump, LinkIsNotFollowed) {
   std::filesystem::create_symlink(directory_.file("precious"), path());
   EXPECT_EQ(save(path()).output, failure_line(path()));
   EXPECT_EQ(read_file(directory_.file("precious")), "precious");
+}
+
+TEST_F(CalibrationDump, FifoIsNotWaitedFor) {
+  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+  EXPECT_EQ(save(path()).output, failure_line(path()));
+}
+
+TEST_F(CalibrationDump, FullDiskIsALineWithoutAKey) {
+  Text file(path());
+  const PrintHook hook;
+  const KeyCounter keys;
+  {
+    const NoSpaceLeft full(100'000);
+    calibration_save_uncompressed(640, 480, depth_.data(), file);
+  }
+  EXPECT_EQ(hook.output(), failure_line(path()));
+  EXPECT_EQ(keys.count(), 0);
 }
 
 TEST_F(CalibrationDump, LongNameThatTheSystemTakesIsNotCut) {

@@ -106,6 +106,21 @@ TEST_F(ReconstructionCheck, SizeOtherThanTheRecordsIsAnErrorWithAKey) {
   }
 }
 
+TEST_F(ReconstructionCheck, MissingMapIsAnErrorWithAKey) {
+  for (int missing = 0; missing < 3; ++missing) {
+    float* maps[] = {map_x_.data(), map_y_.data(), map_z_.data()};
+    maps[missing] = nullptr;
+    bool good = true;
+    const ConsoleTrace trace = capture_console([&] {
+      good = check_camera_depth_refbased(write_.get(), check_.get(), maps[0], maps[1], maps[2],
+                                         kWidth, kHeight, a11_, a22_, cx_, cy_);
+    });
+    EXPECT_FALSE(good) << missing;
+    EXPECT_EQ(trace.output, kErrorReading) << missing;
+    EXPECT_EQ(trace.keys, 1) << missing;
+  }
+}
+
 // --- Intrinsics ---------------------------------------------------------------------------------
 
 struct Intrinsic {

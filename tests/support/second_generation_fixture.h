@@ -1,9 +1,6 @@
 #pragma once
 
-#include <sys/resource.h>
-
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -12,6 +9,7 @@
 
 #include "engine/camera_depth_rw2.h"
 #include "tests/support/catalogue_fixture.h"
+#include "tests/support/no_space_left.h"
 #include "tests/support/stamped_engine_fixture.h"
 
 // What the tests of the second-generation engine share: its settings in one call, and the lines
@@ -182,27 +180,6 @@ class SecondRecorder {
 
  private:
   KV_RGBD_CameraCompression2 engine_;
-};
-
-/// Lets no file grow beyond `bytes`, as a full disk would; also the files that output goes to.
-class NoSpaceLeft {
- public:
-  explicit NoSpaceLeft(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    rlimit limit = before_;
-    limit.rlim_cur = bytes;
-    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-  }
-  ~NoSpaceLeft() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  NoSpaceLeft(const NoSpaceLeft&) = delete;
-  NoSpaceLeft& operator=(const NoSpaceLeft&) = delete;
-
- private:
-  rlimit before_ = {};
-  void (*handler_)(int);
 };
 
 }  // namespace depth_io::test

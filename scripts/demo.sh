@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, records a moving scene, plays it back, verifies every frame
-# against its source and leaves a picture.
+# Installs what is missing, builds, records a moving scene around a signal, plays it back, verifies
+# every recorded frame against its source and leaves a picture.
 # Usage: scripts/demo.sh [DIR]   DIR holds real frames: depth/*.png (16-bit), scale, rgb/*.{png,jpg}
 set -euo pipefail
 
@@ -27,15 +27,26 @@ output=demo-output
 rm -rf "$output"
 mkdir "$output"
 
+recording=$output/recording
+
 echo
-echo "== record"
-"$depthrw" record --out "$output/recording" --source "$source"
+echo "== record: the camera runs, and a signal after four seconds saves the three seconds before it"
+echo "   and the two after it, into a folder for each day, hour and minute"
+"$depthrw" record --out "$recording" --source "$source" --loop --duration 8 \
+  --trigger signal --before 3 --after 2 &
+recorder=$!
+sleep 4
+kill -USR1 "$recorder" || true
+wait "$recorder"
+echo
+echo "== info"
+"$depthrw" info "$recording"
 echo
 echo "== play"
-"$depthrw" play "$output/recording" --contact-sheet "$output/contact-sheet.png" | tail -n 5
+"$depthrw" play "$recording" --contact-sheet "$output/contact-sheet.png" | tail -n 5
 echo
 echo "== verify"
-"$depthrw" verify "$output/recording" --against "$source"
+"$depthrw" verify "$recording" --against "$source"
 echo
-echo "recording: $output/recording"
+echo "recording: $recording"
 echo "picture:   $output/contact-sheet.png"

@@ -36,6 +36,28 @@ class Descriptor {
   int descriptor_;
 };
 
+/// Size of a regular file; none for anything else.
+std::optional<std::uintmax_t> regular_size(const Descriptor& file) {
+  struct stat status = {};
+  if (!file.is_open() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  return static_cast<std::uintmax_t>(status.st_size);
+}
+
+/// Reads so many bytes, or those that there are; none after an error.
+std::optional<std::string> read_bytes(const Descriptor& file, std::size_t size) {
+  std::string bytes(size, '\0');
+  std::size_t filled = 0;
+  while (filled < bytes.size()) {
+    const ssize_t count = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return {};
+    if (count == 0) break;
+    filled += static_cast<std::size_t>(count);
+  }
+  bytes.resize(filled);
+  return bytes;
+}
+
 bool write_all(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
@@ -50,24 +72,26 @@ bool write_all(int descriptor, std::string_view bytes) {
 
 std::optional<std::string> read_regular_file(const std::string& path, std::size_t size_limit) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const std::optional<std::uintmax_t> size = regular_size(file);
+  if (!size || *size > size_limit) return {};
+  return read_bytes(file, static_cast<std::size_t>(*size));
+}
+
+std::optional<std::string> read_start_of_file(const std::string& path, std::size_t size) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!regular_size(file)) return {};
+  return read_bytes(file, size);
+}
+
+void check_replaceable(const std::string& path) {
   struct stat status = {};
-  if (!file.is_open() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
-  const auto size = static_cast<std::uintmax_t>(status.st_size);
-  if (size > size_limit) return {};
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  std::size_t filled = 0;
-  while (filled < bytes.size()) {
-    const ssize_t count = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return {};
-    if (count == 0) break;
-    filled += static_cast<std::size_t>(count);
-  }
-  bytes.resize(filled);
-  return bytes;
+  if (::lstat(path.c_str(), &status) != 0) return;
+  if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) return;
+  throw Failure("'" + path + "' exists and is no regular file");
 }
 
 void write_file_atomically(const std::string& path, std::string_view bytes) {
+  check_replaceable(path);
   const std::string temporary = path + ".part";
   const auto fail = [&](const char* what) {
     const std::string reason = std::strerror(errno);

@@ -11,6 +11,12 @@ namespace depth_io::tools {
 /// larger or it cannot be read. Never blocks on a pipe or device.
 std::optional<std::string> read_regular_file(const std::string& path, std::size_t size_limit);
 
+/// The first bytes of a regular file, at most `size`; none when there is no such file.
+std::optional<std::string> read_start_of_file(const std::string& path, std::size_t size);
+
+/// Throws `Failure` when a file to be replaced is there and is a directory or a device.
+void check_replaceable(const std::string& path);
+
 /// Writes a file under a temporary name beside it and renames it: readers see the old contents or
 /// the new ones. Throws `Failure`.
 void write_file_atomically(const std::string& path, std::string_view bytes);

@@ -34,5 +34,11 @@ struct Intrinsics {
   float cy;
 };
 inline constexpr Intrinsics kKinectIntrinsics{528.0144F, 528.0144F, 320.0F, 267.0F};
+inline constexpr Intrinsics kAsusIntrinsics{533.0F, 533.0F, 240.0F, 320.0F};
+
+/// By camera type: 0 Kinect class, 1 ASUS class.
+constexpr Intrinsics intrinsics_of(int camera_type) {
+  return camera_type == 1 ? kAsusIntrinsics : kKinectIntrinsics;
+}
 
 }  // namespace depth_io::tools

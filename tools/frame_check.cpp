@@ -132,7 +132,8 @@ std::vector<std::string> find_faults(const Recording& recording, const RecordedF
   check(frame.has_reference, name + kReferenceEnding, check_reference);
   check_image(frame.has_codes, name + kJpegEnding);
   check(frame.has_errors, name + kErrorEnding, check_errors);
-  if (recording.has_colour()) check_image(frame.has_colour, frame.colour_name() + kJpegEnding);
+  if (recording.wants_colour(frame))
+    check_image(frame.has_colour, frame.colour_name() + kJpegEnding);
   return faults;
 }
 

@@ -21,6 +21,9 @@ class FrameSource {
 
   /// Fills `frame` with the next frame; false at the end. Throws `Failure` when it is damaged.
   virtual bool next(Frame& frame) = 0;
+
+  /// Passes over so many frames.
+  virtual void skip(long frames) = 0;
 };
 
 /// A source whose frames can be asked for again, to compare a recording with them.
@@ -33,6 +36,8 @@ class IndexedSource : public FrameSource {
     ++next_index_;
     return true;
   }
+
+  void skip(long frames) final { next_index_ += frames; }
 
   /// Fills `frame` with frame `index`, the same each time. Throws `Failure` when it is damaged or
   /// there is no such frame.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <tuple>
 
 #include "tools/output.h"
 
@@ -119,6 +120,13 @@ Moment moment_after(const Moment& start, double seconds) {
 
 double seconds_between(const Moment& from, const Moment& to) {
   return static_cast<double>((to_milliseconds(to) - to_milliseconds(from)).count()) / 1e3;
+}
+
+bool is_before(const Moment& a, const Moment& b) {
+  const auto fields = [](const Moment& m) {
+    return std::tie(m.year, m.month, m.day, m.hour, m.minute, m.second, m.millisecond);
+  };
+  return fields(a) < fields(b);
 }
 
 std::optional<Moment> parse_moment(std::string_view text) {

@@ -16,6 +16,8 @@ Moment moment_after(const Moment& start, double seconds);
 
 double seconds_between(const Moment& from, const Moment& to);
 
+bool is_before(const Moment& a, const Moment& b);
+
 /// Reads the stamp text of file names, or a date and time with ":" in it, with or without a
 /// fraction; "Z" or an offset such as +02:00 is converted to local time. The year must lie in
 /// 1970..9999.

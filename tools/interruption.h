@@ -2,14 +2,17 @@
 
 namespace depth_io::tools {
 
-/// Lets SIGINT and SIGTERM ask for an orderly end instead of killing the program, and makes a
-/// broken pipe an ordinary write error.
+/// Lets SIGINT and SIGTERM ask for an orderly end and SIGUSR1 for a recording instead of killing
+/// the program, and makes a broken pipe an ordinary write error.
 void watch_signals();
 
 /// True after SIGINT or SIGTERM.
 bool interrupted();
 
-/// Sleeps until `seconds` on the monotonic clock, or until a signal comes.
+/// True once after one or more SIGUSR1.
+bool take_trigger();
+
+/// Sleeps until `seconds` on the monotonic clock, or until one of these signals comes.
 void sleep_until(double seconds);
 
 /// Seconds on the monotonic clock.

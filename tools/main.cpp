@@ -6,11 +6,15 @@
 #include <utility>
 #include <vector>
 
+#include "tools/catalogue_command.h"
+#include "tools/dump_command.h"
 #include "tools/failure.h"
+#include "tools/info_command.h"
 #include "tools/interruption.h"
 #include "tools/output.h"
 #include "tools/play_command.h"
 #include "tools/record_command.h"
+#include "tools/scripts_command.h"
 #include "tools/verify_command.h"
 
 namespace depth_io::tools {
@@ -23,8 +27,10 @@ int run_program(int argc, char** argv) {
   program.footer(
       "Exit status: 0 good, 1 failed, 2 wrong arguments, 3 partly done.\n"
       "depthrw COMMAND --help tells about a command.");
-  const std::function<int()> commands[] = {add_record_command(program), add_play_command(program),
-                                           add_verify_command(program)};
+  const std::function<int()> commands[] = {
+      add_record_command(program),  add_play_command(program),      add_verify_command(program),
+      add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
+      add_scripts_command(program), add_summaries_command(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -2,6 +2,7 @@
 
 #include "tools/failure.h"
 #include "tools/image_source.h"
+#include "tools/looped_source.h"
 #include "tools/synthetic_source.h"
 
 namespace depth_io::tools {
@@ -21,8 +22,10 @@ void check_source_text(const std::string& text, const char* option) {
 std::unique_ptr<IndexedSource> open_source(const SourceChoice& choice) {
   check_source_text(choice.text, "the source");
   if (choice.text == kSynthetic) return std::make_unique<SyntheticSource>(choice.seed);
-  return std::make_unique<ImageSource>(choice.text.substr(sizeof kImages - 1), choice.scale,
-                                       choice.with_colour);
+  auto images = std::make_unique<ImageSource>(choice.text.substr(sizeof kImages - 1), choice.scale,
+                                              choice.with_colour);
+  if (!choice.loop) return images;
+  return std::make_unique<LoopedSource>(std::move(images));
 }
 
 }  // namespace depth_io::tools

@@ -15,6 +15,7 @@ struct SourceChoice {
   std::uint32_t seed = 1;          ///< of the synthetic scene
   std::optional<double> scale;     ///< units per metre, instead of the file of an image directory
   bool with_colour = true;         ///< false: colour images are not looked for
+  bool loop = false;               ///< begin again at the end
 };
 
 /// Opens a source. Throws `UsageFailure` when the text names none, `Failure` when it cannot be

@@ -44,6 +44,8 @@ void write_message(const char* format, ...) {
 
 bool data_was_written() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
 
+void flush_data() { std::fflush(stdout); }
+
 bool data_can_be_written() { return std::ferror(stdout) == 0; }
 
 void occupy_standard_descriptors() {

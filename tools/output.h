@@ -16,6 +16,9 @@ namespace depth_io::tools {
 /// Flushes standard output; false when any data could not be written.
 bool data_was_written();
 
+/// Sends data on at once.
+void flush_data();
+
 /// True as long as no failure of standard output is known.
 bool data_can_be_written();
 

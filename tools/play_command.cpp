@@ -28,6 +28,7 @@ struct PlayArguments {
   std::string directory;
   std::string png;
   std::string contact_sheet;
+  TimeRangeArguments range;
   bool json = false;
   bool verbose = false;
 };
@@ -67,12 +68,12 @@ class PlayRun {
   explicit PlayRun(const PlayArguments& arguments)
       : arguments_(arguments),
         log_(arguments.verbose),
-        recording_(arguments.directory, log_),
+        recording_(arguments.directory, log_, time_range_of(arguments.range)),
         sheet_(sheet_title(recording_), static_cast<long>(recording_.frames().size()),
                recording_.has_colour()) {}
 
   int run() {
-    if (!recording_.info_damage().empty()) write_message("%s", recording_.info_damage().c_str());
+    tell_troubles(recording_);
     if (!arguments_.png.empty()) make_directories(arguments_.png);
     play_frames();
     if (!arguments_.contact_sheet.empty() && played_ > 0) {
@@ -84,7 +85,7 @@ class PlayRun {
                     recording_.frames().size());
     }
     if (played_ == 0) return kFailed;
-    return unreadable_ > 0 ? kPartial : kGood;
+    return unreadable_ > 0 || recording_.has_unreadable_folders() ? kPartial : kGood;
   }
 
  private:
@@ -128,9 +129,10 @@ class PlayRun {
       write_data("%s  %-23s  %18s  %5.1f %%\n", name.c_str(), time.c_str(), "no reading", 0.0);
     }
     const bool time_is_news = moment.has_value() && !recorded.moment;
-    const std::string caption = time_is_news ? name + "   " + time : name;
+    const std::string base_name = recorded.base_name(kDepthStem);
+    const std::string caption = time_is_news ? base_name + "   " + time : base_name;
     if (!arguments_.png.empty()) {
-      write_colour_png(arguments_.png + "/" + name + ".png", frame_picture(frame, caption));
+      write_colour_png(arguments_.png + "/" + base_name + ".png", frame_picture(frame, caption));
     }
     if (!arguments_.contact_sheet.empty() && sheet_.wants(position)) sheet_.add(frame, caption);
   }
@@ -149,6 +151,7 @@ class PlayRun {
   void print_json() const {
     ordered_json root;
     root["directory"] = recording_.directory();
+    root["layout"] = recording_.layout();
     root["frames"] = entries_;
     root["unreadable"] = faults_;
     const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
@@ -175,6 +178,7 @@ std::function<int()> add_play_command(CLI::App& program) {
       "Plays a recording back: a line for each frame with its name, time, depth range and "
       "share of pixels with depth");
   command.add_option("DIR", a.directory, "Directory of the recording")->required();
+  add_time_range_options(command, a.range);
   command.add_option("--png", a.png, "Directory for a picture of each frame");
   command.add_option("--contact-sheet", a.contact_sheet,
                      "File for one picture (PNG) with frames from the whole recording");

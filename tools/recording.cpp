@@ -1,135 +1,119 @@
 #include "tools/recording.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <filesystem>
-#include <map>
-#include <string_view>
-#include <tuple>
 #include <utility>
 
-#include "codec/frame_names.h"
 #include "engine/camera_depth_rw.h"
 #include "tools/failure.h"
 #include "tools/frame_time.h"
+#include "tools/output.h"
 
 namespace depth_io::tools {
 namespace {
 
-namespace fs = std::filesystem;
-
-/// A file name taken apart: stem, "-", key, ending.
-struct NameParts {
-  std::string_view stem;
-  std::string_view key;
-  std::string_view ending;
-};
-std::optional<NameParts> take_apart(std::string_view name) {
-  constexpr std::size_t kEndingSize = 4;
-  const std::size_t dash = name.find('-');
-  if (dash == std::string_view::npos || name.size() < dash + 1 + kEndingSize) return {};
-  const std::size_t end = name.size() - kEndingSize;
-  return NameParts{name.substr(0, dash), name.substr(dash + 1, end - dash - 1), name.substr(end)};
-}
-
-/// The flag of a frame that tells of a file; null for a foreign file.
-bool RecordedFrame::*flag_of(const NameParts& parts) {
-  if (parts.stem == kColourStem) {
-    return parts.ending == kJpegEnding ? &RecordedFrame::has_colour : nullptr;
-  }
-  if (parts.stem != kDepthStem) return nullptr;
-  if (parts.ending == kLabelMapEnding) return &RecordedFrame::has_label_map;
-  if (parts.ending == kReferenceEnding) return &RecordedFrame::has_reference;
-  if (parts.ending == kJpegEnding) return &RecordedFrame::has_codes;
-  if (parts.ending == kErrorEnding) return &RecordedFrame::has_errors;
-  return nullptr;
-}
-
-/// Understands a key, if the engine would make the same text of it.
-bool understand_key(RecordedFrame& frame) {
-  constexpr std::size_t kMostDigits = 9;  // of the engine
-  if (const std::optional<Moment> moment = parse_moment(frame.key)) {
-    frame.moment = moment;
-    return stamp_text(*moment) == frame.key;
-  }
-  const char* const end = frame.key.data() + frame.key.size();
-  const auto result = std::from_chars(frame.key.data(), end, frame.number);
-  if (result.ec != std::errc() || result.ptr != end || frame.key.size() > kMostDigits) return false;
-  PathText text;
-  text.append_number(static_cast<int>(frame.key.size()), frame.number);
-  return frame.number >= 0 && frame.key == text.c_str();
+std::optional<long> index_in_run(const RecordingInfo& run, const Moment& moment) {
+  const double place = seconds_between(run.start, moment) * run.fps;
+  if (!(place > -0.5 && place < 1e10)) return {};
+  const long index = std::lround(place);
+  const Moment expected = moment_after(run.start, static_cast<double>(index) / run.fps);
+  if (stamp_text(expected) != stamp_text(moment)) return {};
+  return index;
 }
 
 }  // namespace
 
-Recording::Recording(std::string directory, LibraryLog& log)
+Recording::Recording(std::string directory, LibraryLog& log, const TimeRange& range)
     : directory_(std::move(directory)), log_(log) {
   std::error_code error;
-  if (!fs::is_directory(directory_, error)) {
+  if (!std::filesystem::is_directory(directory_, error)) {
     throw Failure("there is no directory '" + directory_ + "'");
   }
-  list_frames();
-  if (frames_.empty()) throw Failure("there are no recorded frames in '" + directory_ + "'");
-  try {
-    info_ = read_recording_info(directory_);
-  } catch (const Failure& failure) {
-    info_damage_ = failure.what();
+  read_descriptions();
+  // Only a recorder that tells so is known to put each frame into the folders of its own time.
+  const bool folders_are_exact = !runs_.empty();
+  RecordingScan scan = scan_recording(directory_, folders_are_exact ? range : TimeRange());
+  frames_ = std::move(scan.frames);
+  layouts_ = std::move(scan.layouts);
+  has_unreadable_folders_ = !scan.unreadable_folders.empty();
+  for (const std::string& folder : scan.unreadable_folders) {
+    troubles_.push_back("the folder '" + directory_ + "/" + folder + "' cannot be read");
   }
-  has_colour_ = info_ ? info_->colour
-                      : std::any_of(frames_.begin(), frames_.end(),
-                                    [](const RecordedFrame& frame) { return frame.has_colour; });
+  if (!range.is_everything()) keep_frames_of(range);
+  if (frames_.empty()) {
+    throw Failure("there are no recorded frames in '" + directory_ + "'" +
+                  (range.is_everything() ? "" : " in that range of time"));
+  }
+  has_colour_ =
+      std::any_of(frames_.begin(), frames_.end(),
+                  [](const RecordedFrame& frame) { return frame.has_colour; }) ||
+      std::any_of(runs_.begin(), runs_.end(), [](const RecordingInfo& run) { return run.colour; });
   engine_ = std::make_unique<KV_RGBD_CameraCompression>();
 }
 
 Recording::~Recording() = default;
 
-void Recording::list_frames() {
-  std::map<std::string, RecordedFrame> found;
-  std::error_code error;
-  for (fs::directory_iterator entry(directory_, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
-    const std::optional<NameParts> parts = take_apart(name);
-    if (!parts) continue;
-    bool RecordedFrame::*const flag = flag_of(*parts);
-    if (flag == nullptr) continue;
-    RecordedFrame& frame = found[std::string(parts->key)];
-    frame.key = parts->key;
-    frame.*flag = true;
+void Recording::read_descriptions() {
+  try {
+    runs_ = read_all_recording_infos(directory_);
+  } catch (const Failure& failure) {
+    troubles_.emplace_back(failure.what());
   }
-  if (error) throw Failure("cannot list '" + directory_ + "': " + error.message());
-  for (auto& [key, frame] : found) {
-    if (understand_key(frame)) frames_.push_back(std::move(frame));
+}
+
+void Recording::keep_frames_of(const TimeRange& range) {
+  const auto has_time = [this](const RecordedFrame& frame) { return time_of(frame).has_value(); };
+  if (!std::all_of(frames_.begin(), frames_.end(), has_time)) {
+    throw Failure("frames named by number have no times without 'recording.json'");
   }
-  // Stamp texts are in the order of time.
-  std::sort(frames_.begin(), frames_.end(), [](const RecordedFrame& a, const RecordedFrame& b) {
-    return std::tie(a.number, a.key) < std::tie(b.number, b.key);
-  });
+  std::erase_if(frames_,
+                [&](const RecordedFrame& frame) { return !range.contains(*time_of(frame)); });
+}
+
+std::string Recording::layout() const {
+  return layouts_.size() == 1 ? layout_name(layouts_.front()) : "mixed";
+}
+
+const RecordingInfo* Recording::run_of(const RecordedFrame& frame) const {
+  if (runs_.empty()) return nullptr;
+  const auto began_later = [&](const RecordingInfo& run) {
+    return frame.moment && is_before(*frame.moment, run.start);
+  };
+  const auto run = std::find_if_not(runs_.rbegin(), runs_.rend(), began_later);
+  return run == runs_.rend() ? &runs_.front() : &*run;
+}
+
+bool Recording::wants_colour(const RecordedFrame& frame) const {
+  const RecordingInfo* const run = run_of(frame);
+  return run != nullptr ? run->colour : has_colour_;
 }
 
 std::optional<Moment> Recording::time_of(const RecordedFrame& frame) const {
   if (frame.moment) return frame.moment;
-  if (!info_) return {};
-  return moment_after(info_->start, frame.number / info_->fps);
+  if (runs_.empty()) return {};
+  // A description that was made up must not lead beyond the calendar.
+  constexpr double kMostSeconds = 1e11;
+  const double seconds = frame.number / runs_.front().fps;
+  if (seconds > kMostSeconds) return {};
+  return moment_after(runs_.front().start, seconds);
 }
 
 std::optional<long> Recording::source_index(const RecordedFrame& frame) const {
   if (!frame.moment) return frame.number;
-  if (!info_) return {};
-  const double place = seconds_between(info_->start, *frame.moment) * info_->fps;
-  if (!(place > -0.5 && place < 1e9)) return {};
-  const long index = std::lround(place);
-  const Moment expected = moment_after(info_->start, static_cast<double>(index) / info_->fps);
-  if (stamp_text(expected) != stamp_text(*frame.moment)) return {};
-  return index;
+  // Runs overlap when the clock was set back between them: take the one that it fits.
+  for (auto run = runs_.rbegin(); run != runs_.rend(); ++run) {
+    if (const auto index = index_in_run(*run, *frame.moment)) return index;
+  }
+  return {};
 }
 
 std::string Recording::read(const RecordedFrame& recorded, Frame& frame) {
   log_.start_operation();
-  std::string directory = directory_ + "/";
+  std::string directory = directory_ + "/" + recorded.folder;
   std::string depth_stem = kDepthStem;
   std::string colour_stem = kColourStem;
+  engine_->REVERSE_NAME = recorded.key_first;
   frame.has_colour = recorded.has_colour;
   const Moment m = recorded.moment.value_or(Moment{-1, -1, -1, -1, -1, -1, -1});
   const int digits = recorded.moment ? -1 : static_cast<int>(recorded.key.size());
@@ -145,8 +129,12 @@ std::string Recording::read(const RecordedFrame& recorded, Frame& frame) {
                             m.second, m.millisecond) != 0;
   }
   if (!loaded) return "cannot be read";
-  if (has_colour_ && !recorded.has_colour) return "has no colour image";
+  if (wants_colour(recorded) && !recorded.has_colour) return "has no colour image";
   return {};
+}
+
+void tell_troubles(const Recording& recording) {
+  for (const std::string& trouble : recording.troubles()) write_message("%s", trouble.c_str());
 }
 
 }  // namespace depth_io::tools

@@ -5,35 +5,20 @@
 #include <string>
 #include <vector>
 
-#include "codec/timestamps.h"
 #include "tools/frame.h"
 #include "tools/library_log.h"
-#include "tools/recording_info.h"
+#include "tools/recording_scan.h"
 
 class KV_RGBD_CameraCompression;
 
 namespace depth_io::tools {
 
-/// A frame found in a directory, whole or not.
-struct RecordedFrame {
-  std::string key;               ///< number or stamp text, as in the file names
-  int number = -1;               ///< when named by number
-  std::optional<Moment> moment;  ///< when named by time
-  bool has_label_map = false;
-  bool has_reference = false;
-  bool has_codes = false;
-  bool has_errors = false;
-  bool has_colour = false;
-
-  std::string depth_name() const { return std::string(kDepthStem) + "-" + key; }
-  std::string colour_name() const { return std::string(kColourStem) + "-" + key; }
-};
-
-/// The recorded frames of a directory.
+/// The recorded frames of a directory, in any layout.
 class Recording {
  public:
-  /// Throws `Failure` when there is no such directory or no frame in it.
-  Recording(std::string directory, LibraryLog& log);
+  /// Takes the frames of a range of time only. Throws `Failure` when there is no such directory or
+  /// no frame in it.
+  Recording(std::string directory, LibraryLog& log, const TimeRange& range = {});
   ~Recording();
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
@@ -41,11 +26,17 @@ class Recording {
   const std::string& directory() const { return directory_; }
   /// In the order of their numbers or times.
   const std::vector<RecordedFrame>& frames() const { return frames_; }
-  /// How the recording was made, if that is known.
-  const std::optional<RecordingInfo>& info() const { return info_; }
-  /// Why that is not known although it was written down; empty when all is well.
-  const std::string& info_damage() const { return info_damage_; }
+  /// "tree", for example; "mixed" when there are several.
+  std::string layout() const;
+  /// How the recording was made, by each run of the recorder; empty when that is not known.
+  const std::vector<RecordingInfo>& runs() const { return runs_; }
+  /// What is wrong beside the frames themselves, a sentence each: damaged descriptions, folders
+  /// that cannot be read.
+  const std::vector<std::string>& troubles() const { return troubles_; }
+  bool has_unreadable_folders() const { return has_unreadable_folders_; }
   bool has_colour() const { return has_colour_; }
+  /// Whether a frame should have a colour image.
+  bool wants_colour(const RecordedFrame& frame) const;
 
   std::optional<Moment> time_of(const RecordedFrame& frame) const;
   /// Which frame of its source it is; none when that cannot be told.
@@ -55,15 +46,23 @@ class Recording {
   std::string read(const RecordedFrame& recorded, Frame& frame);
 
  private:
-  void list_frames();
+  void read_descriptions();
+  void keep_frames_of(const TimeRange& range);
+  /// The run that recorded a frame, as far as can be told; null when nothing is known.
+  const RecordingInfo* run_of(const RecordedFrame& frame) const;
 
   std::string directory_;
   LibraryLog& log_;
   std::vector<RecordedFrame> frames_;
-  std::optional<RecordingInfo> info_;
-  std::string info_damage_;
+  std::vector<Layout> layouts_;
+  std::vector<RecordingInfo> runs_;
+  std::vector<std::string> troubles_;
+  bool has_unreadable_folders_ = false;
   bool has_colour_ = false;
   std::unique_ptr<KV_RGBD_CameraCompression> engine_;
 };
+
+/// Tells the user what is wrong beside the frames themselves.
+void tell_troubles(const Recording& recording);
 
 }  // namespace depth_io::tools

@@ -1,24 +1,33 @@
 #include "tools/recording_info.h"
 
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <nlohmann/json.hpp>
 
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/frame.h"
 #include "tools/frame_time.h"
 
 namespace depth_io::tools {
 namespace {
 
+namespace fs = std::filesystem;
 using nlohmann::json;
 using nlohmann::ordered_json;
 
 constexpr char kFormat[] = "camera_depth_rw recording";
 constexpr int kFormatVersion = 1;
 constexpr std::size_t kSizeLimit = std::size_t{1} << 20U;
+constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
 
-std::string path_in(const std::string& directory) { return directory + "/recording.json"; }
+constexpr char kName[] = "recording.json";
+constexpr char kEarlierPrefix[] = "recording-";
+constexpr char kEnding[] = ".json";
+
+std::string path_in(const std::string& directory) { return directory + "/" + kName; }
 
 template <typename Value>
 ordered_json or_null(const std::optional<Value>& value) {
@@ -26,9 +35,9 @@ ordered_json or_null(const std::optional<Value>& value) {
 }
 
 std::optional<double> number_or_none(const json& object, const char* key) {
-  const json& value = object.at(key);
-  if (value.is_null()) return {};
-  return value.get<double>();
+  const auto value = object.find(key);
+  if (value == object.end() || value->is_null()) return {};
+  return value->get<double>();
 }
 
 /// A whole number from `first` to `last`; a number of another kind or size is damage.
@@ -41,6 +50,18 @@ std::int64_t whole_number(const json& object, const char* key, std::int64_t firs
   return number;
 }
 
+/// A group of fields that descriptions of other versions may lack.
+json group_or_none(const json& object, const char* key) {
+  json group = object.value(key, json(json::object()));
+  if (!group.is_object()) throw Failure(std::string("'") + key + "' is no group of fields");
+  return group;
+}
+
+/// A count that descriptions of other versions may lack.
+long count_or_zero(const json& object, const char* key) {
+  return object.contains(key) ? whole_number(object, key, 0, kMost) : 0;
+}
+
 double positive_number(const json& object, const char* key) {
   const double value = object.at(key).get<double>();
   if (!std::isfinite(value) || value <= 0) {
@@ -49,8 +70,69 @@ double positive_number(const json& object, const char* key) {
   return value;
 }
 
+ordered_json camera_json(int camera_type) {
+  const Intrinsics camera = intrinsics_of(camera_type);
+  return {{"type", camera_type},
+          {"a11", camera.a11},
+          {"a22", camera.a22},
+          {"cx", camera.cx},
+          {"cy", camera.cy}};
+}
+
+ordered_json frames_json(const RecordingInfo& info) {
+  ordered_json frames;
+  frames["offered"] = info.frames_offered;
+  frames["recorded"] = info.frames_recorded;
+  frames["failed"] = info.frames_failed;
+  frames["dropped"] = info.frames_dropped;
+  frames["kept"] = {{"motion", info.kept.motion},
+                    {"period", info.kept.period},
+                    {"request", info.kept.request},
+                    {"history", info.kept.history}};
+  frames["skipped"] = {{"not_triggered", info.skipped.not_triggered},
+                       {"rate_limit", info.skipped.rate_limit},
+                       {"already_recorded", info.skipped.already_recorded}};
+  return frames;
+}
+
+void parse_frames(const json& frames, RecordingInfo& info) {
+  info.frames_offered = whole_number(frames, "offered", 0, kMost);
+  info.frames_recorded = whole_number(frames, "recorded", 0, kMost);
+  info.frames_failed = whole_number(frames, "failed", 0, kMost);
+  info.frames_dropped = count_or_zero(frames, "dropped");
+  const json kept = group_or_none(frames, "kept");
+  info.kept = {count_or_zero(kept, "motion"), count_or_zero(kept, "period"),
+               count_or_zero(kept, "request"), count_or_zero(kept, "history")};
+  const json skipped = group_or_none(frames, "skipped");
+  info.skipped = {count_or_zero(skipped, "not_triggered"), count_or_zero(skipped, "rate_limit"),
+                  count_or_zero(skipped, "already_recorded")};
+}
+
+void parse_how(const json& root, RecordingInfo& info) {
+  info.fps = positive_number(root, "fps");
+  if (info.fps < kLowestFps || info.fps > kHighestFps) throw Failure("'fps' is out of range");
+  const std::optional<Moment> start = parse_moment(root.at("start").get<std::string>());
+  if (!start) throw Failure("'start' is no time");
+  info.start = *start;
+  const auto layout = layout_named(root.at("layout").get<std::string>());
+  if (!layout) throw Failure("'layout' is none that this program knows");
+  info.layout = *layout;
+  info.naming = root.at("name_by").get<std::string>() == "time" ? Naming::kTime : Naming::kNumber;
+  info.per_directory = static_cast<int>(count_or_zero(root, "per_directory"));
+  info.camera_type = static_cast<int>(count_or_zero(group_or_none(root, "camera"), "type"));
+  info.colour = root.at("colour").get<bool>();
+  info.max_depth = positive_number(root, "max_depth");
+  info.max_fps = number_or_none(root, "max_fps");
+  info.history = static_cast<int>(whole_number(root, "history", 1, kMost));
+  info.trigger = trigger_named(root.value("trigger", "always")).value_or(Trigger::kAlways);
+  info.motion_percent = number_or_none(root, "motion_percent");
+  if (!root.at("every").is_null()) info.every = whole_number(root, "every", 1, kMost);
+  info.before_seconds = number_or_none(root, "before_seconds").value_or(0);
+  info.after_seconds = number_or_none(root, "after_seconds").value_or(0);
+  info.realtime = root.value("realtime", false);
+}
+
 RecordingInfo parse(const json& root) {
-  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
   if (root.at("format").get<std::string>() != kFormat) throw Failure("it has another format");
   if (whole_number(root, "format_version", 0, kMost) != kFormatVersion) {
     throw Failure("it has a version that this program does not know");
@@ -62,55 +144,22 @@ RecordingInfo parse(const json& root) {
   info.seed = static_cast<std::uint32_t>(
       whole_number(source, "seed", 0, std::numeric_limits<std::uint32_t>::max()));
   info.scale = number_or_none(source, "scale");
-  info.fps = positive_number(root, "fps");
-  const std::optional<Moment> start = parse_moment(root.at("start").get<std::string>());
-  if (!start) throw Failure("'start' is no time");
-  info.start = *start;
-  info.naming = root.at("name_by").get<std::string>() == "time" ? Naming::kTime : Naming::kNumber;
-  info.colour = root.at("colour").get<bool>();
-  info.max_depth = positive_number(root, "max_depth");
-  info.history = static_cast<int>(whole_number(root, "history", 1, kMost));
-  info.motion_percent = number_or_none(root, "motion_percent");
-  if (!root.at("every").is_null()) info.every = whole_number(root, "every", 1, kMost);
+  info.loop = source.value("loop", false);
+  parse_how(root, info);
   info.complete = root.at("complete").get<bool>();
-  const json& frames = root.at("frames");
-  info.frames_offered = whole_number(frames, "offered", 0, kMost);
-  info.frames_recorded = whole_number(frames, "recorded", 0, kMost);
-  info.frames_failed = whole_number(frames, "failed", 0, kMost);
+  info.end = root.value("end", "");
+  parse_frames(root.at("frames"), info);
+  const json steps = group_or_none(root, "clock_steps");
+  info.clock_steps = {count_or_zero(steps, "count"), steps.value("largest_seconds", 0.0)};
+  const json signals = group_or_none(root, "signals");
+  info.signals = count_or_zero(signals, "count");
+  info.signal_times = signals.value("times", std::vector<std::string>());
   info.readings_cut = static_cast<std::uint64_t>(
       whole_number(root, "readings_cut", 0, std::numeric_limits<std::int64_t>::max()));
   return info;
 }
 
-}  // namespace
-
-void write_recording_info(const std::string& directory, const RecordingInfo& info) {
-  ordered_json root;
-  root["format"] = kFormat;
-  root["format_version"] = kFormatVersion;
-  root["program"] = info.program;
-  root["complete"] = info.complete;
-  root["layout"] = "flat";
-  root["source"] = {{"text", info.source}, {"seed", info.seed}, {"scale", or_null(info.scale)}};
-  root["fps"] = info.fps;
-  root["start"] = stamp_text(info.start);
-  root["name_by"] = info.naming == Naming::kTime ? "time" : "number";
-  root["colour"] = info.colour;
-  root["max_depth"] = info.max_depth;
-  root["history"] = info.history;
-  root["motion_percent"] = or_null(info.motion_percent);
-  root["every"] = or_null(info.every);
-  root["frames"] = {{"offered", info.frames_offered},
-                    {"recorded", info.frames_recorded},
-                    {"failed", info.frames_failed}};
-  root["readings_cut"] = info.readings_cut;
-  // File names need not be UTF-8, JSON texts are.
-  const std::string text = root.dump(2, ' ', false, json::error_handler_t::replace);
-  write_file_atomically(path_in(directory), text + "\n");
-}
-
-std::optional<RecordingInfo> read_recording_info(const std::string& directory) {
-  const std::string path = path_in(directory);
+std::optional<RecordingInfo> read_info_file(const std::string& path) {
   const std::optional<std::string> text = read_regular_file(path, kSizeLimit);
   if (!text) {
     if (regular_file_size(path)) throw Failure("cannot read '" + path + "'");
@@ -123,6 +172,81 @@ std::optional<RecordingInfo> read_recording_info(const std::string& directory) {
   } catch (const Failure& failure) {
     throw Failure("'" + path + "' is damaged: " + failure.what());
   }
+}
+
+}  // namespace
+
+std::string recording_text(const RecordingInfo& info) {
+  ordered_json root;
+  root["format"] = kFormat;
+  root["format_version"] = kFormatVersion;
+  root["program"] = info.program;
+  root["complete"] = info.complete;
+  root["end"] = info.end;
+  root["layout"] = layout_name(info.layout);
+  root["name_by"] = info.naming == Naming::kTime ? "time" : "number";
+  root["per_directory"] = info.per_directory;
+  root["source"] = {{"text", info.source},
+                    {"seed", info.seed},
+                    {"scale", or_null(info.scale)},
+                    {"loop", info.loop}};
+  root["fps"] = info.fps;
+  root["start"] = stamp_text(info.start);
+  root["realtime"] = info.realtime;
+  root["camera"] = camera_json(info.camera_type);
+  root["colour"] = info.colour;
+  root["max_depth"] = info.max_depth;
+  root["max_fps"] = or_null(info.max_fps);
+  root["history"] = info.history;
+  root["trigger"] = trigger_name(info.trigger);
+  root["motion_percent"] = or_null(info.motion_percent);
+  root["every"] = or_null(info.every);
+  root["before_seconds"] = info.before_seconds;
+  root["after_seconds"] = info.after_seconds;
+  root["frames"] = frames_json(info);
+  root["signals"] = {{"count", info.signals}, {"times", info.signal_times}};
+  root["clock_steps"] = {{"count", info.clock_steps.count},
+                         {"largest_seconds", info.clock_steps.largest_seconds}};
+  root["readings_cut"] = info.readings_cut;
+  // File names need not be UTF-8, JSON texts are.
+  return root.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+}
+
+void write_recording_info(const std::string& directory, const RecordingInfo& info) {
+  write_file_atomically(path_in(directory), recording_text(info));
+}
+
+std::optional<RecordingInfo> read_recording_info(const std::string& directory) {
+  return read_info_file(path_in(directory));
+}
+
+void put_recording_info_aside(const std::string& directory) {
+  const std::optional<RecordingInfo> info = read_recording_info(directory);
+  if (!info) return;
+  const std::string path = directory + "/" + kEarlierPrefix + stamp_text(info->start) + kEnding;
+  write_file_atomically(path, recording_text(*info));
+}
+
+std::vector<RecordingInfo> read_all_recording_infos(const std::string& directory) {
+  std::vector<RecordingInfo> infos;
+  std::error_code error;
+  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    const bool is_earlier = name.starts_with(kEarlierPrefix) && name.ends_with(kEnding);
+    if (!is_earlier && name != kName) continue;
+    if (auto info = read_info_file(directory + "/" + name)) infos.push_back(std::move(*info));
+  }
+  const auto by_start = [](const RecordingInfo& a, const RecordingInfo& b) {
+    return stamp_text(a.start) < stamp_text(b.start);
+  };
+  std::sort(infos.begin(), infos.end(), by_start);
+  // A run that ended between putting its predecessor aside and describing itself left that twice.
+  const auto same_start = [](const RecordingInfo& a, const RecordingInfo& b) {
+    return stamp_text(a.start) == stamp_text(b.start);
+  };
+  infos.erase(std::unique(infos.begin(), infos.end(), same_start), infos.end());
+  return infos;
 }
 
 }  // namespace depth_io::tools

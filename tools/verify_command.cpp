@@ -29,6 +29,7 @@ struct VerifyArguments {
   std::optional<std::uint32_t> seed;
   std::optional<double> scale;
   std::optional<double> max_depth;
+  TimeRangeArguments range;
   bool json = false;
   bool verbose = false;
 };
@@ -40,21 +41,24 @@ double millimetres(double metres) { return metres * 1e3; }
 class VerifyRun {
  public:
   explicit VerifyRun(const VerifyArguments& arguments)
-      : arguments_(arguments), log_(arguments.verbose), recording_(arguments.directory, log_) {
+      : arguments_(arguments),
+        range_(time_range_of(arguments.range)),
+        log_(arguments.verbose),
+        recording_(arguments.directory, log_, range_) {
     if (!arguments.against.empty()) open_counterpart();
   }
 
   int run() {
     verify_frames();
     find_missing_frames();
-    if (!recording_.info_damage().empty()) write_message("%s", recording_.info_damage().c_str());
+    tell_troubles(recording_);
     if (arguments_.json) {
       print_json();
     } else {
       print_report();
     }
     if (good_ == 0) return kFailed;
-    const bool all_good = bad_ == 0 && missing_ == 0 && recording_.info_damage().empty();
+    const bool all_good = bad_ == 0 && missing_ == 0 && recording_.troubles().empty();
     return all_good && !interrupted() ? kGood : kPartial;
   }
 
@@ -64,16 +68,18 @@ class VerifyRun {
     choice.text = arguments_.against;
     choice.with_colour = false;
     max_depth_ = kUsualMaxDepth;
-    if (recording_.info()) {
-      choice.seed = recording_.info()->seed;
-      choice.scale = recording_.info()->scale;
-      max_depth_ = recording_.info()->max_depth;
+    if (!recording_.runs().empty()) {
+      const RecordingInfo& run = recording_.runs().back();
+      choice.seed = run.seed;
+      choice.scale = run.scale;
+      choice.loop = run.loop;
+      max_depth_ = run.max_depth;
     }
     if (arguments_.seed) choice.seed = *arguments_.seed;
     if (arguments_.scale) choice.scale = arguments_.scale;
     if (arguments_.max_depth) max_depth_ = *arguments_.max_depth;
     source_ = open_source(choice);
-    if (recording_.frames().back().moment && !recording_.info()) {
+    if (recording_.frames().back().moment && recording_.runs().empty()) {
       throw Failure(
           "frames named by time cannot be compared without 'recording.json', which tells "
           "when the source began");
@@ -138,16 +144,18 @@ class VerifyRun {
 
   /// Frames of which nothing is left cannot be named, but counted.
   void find_missing_frames() {
-    const std::optional<RecordingInfo>& info = recording_.info();
-    if (!info) return;
-    if (!info->complete) {
+    const std::vector<RecordingInfo>& runs = recording_.runs();
+    if (runs.empty() || !range_.is_everything()) return;
+    long recorded = 0;
+    for (const RecordingInfo& run : runs) {
+      recorded += run.frames_recorded;
+      if (run.complete) continue;
       write_message("the recording was not ended properly; its last frame may be incomplete");
       return;
     }
-    missing_ = std::max(info->frames_recorded - static_cast<long>(recording_.frames().size()), 0L);
+    missing_ = std::max(recorded - static_cast<long>(recording_.frames().size()), 0L);
     if (missing_ > 0) {
-      write_message("%ld of %ld recorded frames are missing altogether", missing_,
-                    info->frames_recorded);
+      write_message("%ld of %ld recorded frames are missing altogether", missing_, recorded);
     }
   }
 
@@ -231,6 +239,7 @@ class VerifyRun {
   void print_json() const {
     ordered_json root;
     root["directory"] = recording_.directory();
+    root["layout"] = recording_.layout();
     root["frames"] = {
         {"checked", good_ + bad_}, {"good", good_}, {"bad", bad_}, {"missing", missing_}};
     root["bad_frames"] = bad_frames_;
@@ -240,6 +249,7 @@ class VerifyRun {
   }
 
   const VerifyArguments& arguments_;
+  TimeRange range_;
   LibraryLog log_;
   Recording recording_;
   std::unique_ptr<IndexedSource> source_;
@@ -272,6 +282,7 @@ std::function<int()> add_verify_command(CLI::App& program) {
   CLI::App& command = *program.add_subcommand(
       "verify", "Checks that every frame of a recording is complete and can be decoded");
   command.add_option("DIR", a.directory, "Directory of the recording")->required();
+  add_time_range_options(command, a.range);
   command.add_option("--against", a.against,
                      "Compare each pixel with the source, too: synthetic or images:PATH");
   command.add_option("--seed", a.seed, "Of the synthetic source (default: as recorded)");

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "tests/tools/depthrw_fixture.h"
 #include "tests/tools/image_directory.h"
-#include "tests/tools/program_runner.h"
 #include "tools/frame_time.h"
 
 namespace depth_io::test {
@@ -17,36 +17,8 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-/// A directory in which recordings are made.
-class Depthrw : public testing::Test {
- protected:
-  std::string path(const std::string& name) const { return directory_.file(name); }
-
-  /// Records from the synthetic scene into "rec".
-  void record(const std::string& frames, std::vector<std::string> more = {}) {
-    std::vector<std::string> arguments = {"record", "--out", path("rec"), "--frames", frames};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    const ProgramResult result = run_program(arguments);
-    ASSERT_EQ(result.status, 0) << result.messages;
-  }
-
-  std::vector<std::string> files_in(const std::string& name) const {
-    std::vector<std::string> files;
-    for (const auto& entry : fs::directory_iterator(path(name))) {
-      files.push_back(entry.path().filename());
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-  }
-
- private:
-  TempDirectory directory_;
-};
-
-long lines_in(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
-
 TEST_F(Depthrw, RecordsPlaysAndVerifiesTheSyntheticScene) {
-  record("8");
+  record("flat", "8");
   const ProgramResult played = run_program({"play", path("rec")});
   EXPECT_EQ(played.status, 0) << played.messages;
   EXPECT_EQ(lines_in(played.output), 8);
@@ -58,7 +30,7 @@ TEST_F(Depthrw, RecordsPlaysAndVerifiesTheSyntheticScene) {
 }
 
 TEST_F(Depthrw, WritesFiveFilesPerFrameAndADescription) {
-  record("2");
+  record("flat", "2");
   EXPECT_THAT(files_in("rec"),
               testing::ElementsAre("bgrimage-00000000.jpg", "bgrimage-00000001.jpg",
                                    "depth-00000000.err", "depth-00000000.jpg", "depth-00000000.ref",
@@ -67,7 +39,7 @@ TEST_F(Depthrw, WritesFiveFilesPerFrameAndADescription) {
 }
 
 TEST_F(Depthrw, TheDescriptionTellsWhatWasRecorded) {
-  record("3", {"--fps", "15", "--start", "2013-04-09T14:05:07.042", "--seed", "9"});
+  record("flat", "3", {"--fps", "15", "--start", "2013-04-09T14:05:07.042", "--seed", "9"});
   const json info = json::parse(read_file(path("rec/recording.json")));
   EXPECT_EQ(info["complete"], true);
   EXPECT_EQ(info["frames"]["recorded"], 3);
@@ -77,14 +49,14 @@ TEST_F(Depthrw, TheDescriptionTellsWhatWasRecorded) {
 }
 
 TEST_F(Depthrw, VerifyKnowsTheSeedOfTheRecording) {
-  record("2", {"--seed", "9"});
+  record("flat", "2", {"--seed", "9"});
   EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic"}).status, 0);
   EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic", "--seed", "8"}).status,
             1);
 }
 
 TEST_F(Depthrw, NamesFramesByTime) {
-  record("3", {"--name-by", "time", "--fps", "10", "--start", "2013-12-31T23:59:59.850"});
+  record("flat", "3", {"--name-by", "time", "--fps", "10", "--start", "2013-12-31T23:59:59.850"});
   EXPECT_THAT(files_in("rec"), testing::Contains("depth-2013-12-31T23-59-59.850000.rle"));
   EXPECT_THAT(files_in("rec"), testing::Contains("bgrimage-2014-01-01T00-00-00.050000.jpg"));
   const ProgramResult played = run_program({"play", path("rec")});
@@ -94,14 +66,14 @@ TEST_F(Depthrw, NamesFramesByTime) {
 }
 
 TEST_F(Depthrw, RecordsAFractionOfASecondByDuration) {
-  const ProgramResult result =
-      run_program({"record", "--out", path("rec"), "--duration", "0.1", "--fps", "20"});
+  const ProgramResult result = run_program(
+      {"record", "--out", path("rec"), "--layout", "flat", "--duration", "0.1", "--fps", "20"});
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("recorded   2 of 2 frames"));
 }
 
 TEST_F(Depthrw, RecordsEveryThirdFrame) {
-  record("7", {"--every", "3"});
+  record("flat", "7", {"--every", "3"});
   const json info = json::parse(read_file(path("rec/recording.json")));
   EXPECT_EQ(info["frames"]["offered"], 7);
   EXPECT_EQ(info["frames"]["recorded"], 2);
@@ -110,14 +82,14 @@ TEST_F(Depthrw, RecordsEveryThirdFrame) {
 }
 
 TEST_F(Depthrw, RecordsDepthOnlyWithoutColour) {
-  record("1", {"--no-colour"});
+  record("flat", "1", {"--no-colour"});
   EXPECT_EQ(files_in("rec").size(), 5U);
   EXPECT_EQ(run_program({"play", path("rec")}).status, 0);
   EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic"}).status, 0);
 }
 
 TEST_F(Depthrw, ChecksItsOwnWritesOnDemand) {
-  record("2", {"--verify-writes"});
+  record("flat", "2", {"--verify-writes"});
   EXPECT_EQ(run_program({"verify", path("rec")}).status, 0);
 }
 
@@ -126,8 +98,8 @@ TEST_F(Depthrw, MotionLeavesAStaticSourceOut) {
   for (int i = 0; i < 5; ++i) images.add_depth(std::to_string(i), 1500);
   images.add_depth("5", 2500);
   const std::string source = "images:" + images.path();
-  const ProgramResult result =
-      run_program({"record", "--out", path("rec"), "--source", source, "--motion", "5"});
+  const ProgramResult result = run_program(
+      {"record", "--out", path("rec"), "--layout", "flat", "--source", source, "--motion", "5"});
   EXPECT_EQ(result.status, 0) << result.messages;
   EXPECT_THAT(result.output, HasSubstr("recorded   1 of 6 frames"));
   EXPECT_THAT(files_in("rec"), testing::Contains("depth-00000005.rle"));
@@ -138,7 +110,8 @@ TEST_F(Depthrw, DeepReadingsAreCutAndCounted) {
   ImageDirectory images;
   images.add_depth("0", 65535);
   const std::string source = "images:" + images.path();
-  const ProgramResult result = run_program({"record", "--out", path("rec"), "--source", source});
+  const ProgramResult result =
+      run_program({"record", "--out", path("rec"), "--layout", "flat", "--source", source});
   EXPECT_EQ(result.status, 0) << result.messages;
   EXPECT_THAT(result.output, HasSubstr("readings   307200 cut"));
   EXPECT_EQ(run_program({"verify", path("rec"), "--against", source}).status, 0);
@@ -149,8 +122,8 @@ TEST_F(Depthrw, ADamagedSourceImageEndsTheRecording) {
   images.add_depth("0", 1500);
   images.add_depth("1", 1500, 320, 240);
   images.add_depth("2", 1500);
-  const ProgramResult result =
-      run_program({"record", "--out", path("rec"), "--source", "images:" + images.path()});
+  const ProgramResult result = run_program(
+      {"record", "--out", path("rec"), "--layout", "flat", "--source", "images:" + images.path()});
   EXPECT_EQ(result.status, 3);
   EXPECT_THAT(result.messages, HasSubstr("1.png' is 320 x 240 pixels"));
   EXPECT_THAT(result.output, HasSubstr("recorded   1 of 1 frames"));
@@ -159,7 +132,8 @@ TEST_F(Depthrw, ADamagedSourceImageEndsTheRecording) {
 TEST_F(Depthrw, RefusesADirectoryThatIsNotEmpty) {
   fs::create_directory(path("rec"));
   write_file(path("rec/something"), "");
-  const ProgramResult result = run_program({"record", "--out", path("rec"), "--frames", "1"});
+  const ProgramResult result =
+      run_program({"record", "--out", path("rec"), "--layout", "flat", "--frames", "1"});
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.messages, HasSubstr("not empty"));
   EXPECT_EQ(files_in("rec").size(), 1U);
@@ -167,69 +141,13 @@ TEST_F(Depthrw, RefusesADirectoryThatIsNotEmpty) {
 
 TEST_F(Depthrw, TakesADirectoryThatIsEmpty) {
   fs::create_directory(path("rec"));
-  record("1");
+  record("flat", "1");
 }
 
 TEST_F(Depthrw, RefusesAFileAsDirectory) {
   write_file(path("rec"), "");
-  EXPECT_EQ(run_program({"record", "--out", path("rec"), "--frames", "1"}).status, 2);
-}
-
-TEST_F(Depthrw, WrongArgumentsAreUsageErrors) {
-  const std::vector<std::vector<std::string>> cases = {
-      {},
-      {"fly"},
-      {"record"},
-      {"record", "--out", ""},
-      {"record", "--out", path("x"), "--fps", "0"},
-      {"record", "--out", path("x"), "--fps", "nan"},
-      {"record", "--out", path("x"), "--fps", "inf"},
-      {"record", "--out", path("x"), "--fps", "fast"},
-      {"record", "--out", path("x"), "--fps", "2000", "--name-by", "time"},
-      {"record", "--out", path("x"), "--frames", "0"},
-      {"record", "--out", path("x"), "--frames", "-3"},
-      {"record", "--out", path("x"), "--frames", "16777217"},
-      {"record", "--out", path("x"), "--frames", "3", "--duration", "1"},
-      {"record", "--out", path("x"), "--duration", "0.001"},
-      {"record", "--out", path("x"), "--duration", "nan"},
-      {"record", "--out", path("x"), "--history", "0"},
-      {"record", "--out", path("x"), "--name-by", "colour"},
-      {"record", "--out", path("x"), "--start", "yesterday"},
-      {"record", "--out", path("x"), "--start", "9999-12-31T23:59:59"},
-      {"record", "--out", path("x"), "--motion", "-1"},
-      {"record", "--out", path("x"), "--motion", "100"},
-      {"record", "--out", path("x"), "--every", "0"},
-      {"record", "--out", path("x"), "--max-depth", "0"},
-      {"record", "--out", path("x"), "--max-depth", "nan"},
-      {"record", "--out", path("x"), "--max-depth", "256"},
-      {"record", "--out", path("x"), "--scale", "0"},
-      {"record", "--out", path("x"), "--seed", "-1"},
-      {"record", "--out", path("x"), "--source", "camera"},
-      {"record", "--out", path("x"), "more"},
-      {"record", "--out", std::string(300, 'x')},
-      {"play"},
-      {"play", path("x"), "--loud"},
-      {"verify", path("x"), "--against", "nothing"},
-      {"verify", path("x"), "--scale", "-1"},
-      {"verify", path("x"), "--max-depth", "0"},
-  };
-  for (const auto& arguments : cases) {
-    const ProgramResult result = run_program(arguments);
-    EXPECT_EQ(result.status, 2) << testing::PrintToString(arguments) << result.messages;
-    EXPECT_FALSE(result.messages.empty()) << testing::PrintToString(arguments);
-    EXPECT_EQ(result.output, "") << testing::PrintToString(arguments);
-  }
-  EXPECT_FALSE(fs::exists(path("x")));
-}
-
-TEST_F(Depthrw, HelpAndVersionAreData) {
-  for (const char* argument : {"--help", "--version"}) {
-    const ProgramResult result = run_program({argument});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.output, HasSubstr("depthrw"));
-    EXPECT_EQ(result.messages, "");
-  }
-  EXPECT_THAT(run_program({"record", "--help"}).output, HasSubstr("--max-depth"));
+  EXPECT_EQ(
+      run_program({"record", "--out", path("rec"), "--layout", "flat", "--frames", "1"}).status, 2);
 }
 
 TEST_F(Depthrw, MissingDirectoriesAreFailures) {
@@ -250,7 +168,7 @@ TEST_F(Depthrw, ADirectoryWithoutFramesIsAFailure) {
 }
 
 TEST_F(Depthrw, AMissingFileMakesItsFrameBad) {
-  record("3");
+  record("flat", "3");
   fs::remove(path("rec/depth-00000001.err"));
   const ProgramResult verified = run_program({"verify", path("rec")});
   EXPECT_EQ(verified.status, 3);
@@ -262,7 +180,7 @@ TEST_F(Depthrw, AMissingFileMakesItsFrameBad) {
 }
 
 TEST_F(Depthrw, AMissingFrameIsCounted) {
-  record("3");
+  record("flat", "3");
   for (const std::string& file : files_in("rec")) {
     if (file.find("00000001") != std::string::npos) fs::remove(path("rec/" + file));
   }
@@ -272,7 +190,7 @@ TEST_F(Depthrw, AMissingFrameIsCounted) {
 }
 
 TEST_F(Depthrw, TruncatedFilesAreFound) {
-  record("1");
+  record("flat", "1");
   for (const std::string& file : files_in("rec")) {
     if (file == "recording.json") continue;
     const std::string whole = read_file(path("rec/" + file));
@@ -286,7 +204,7 @@ TEST_F(Depthrw, TruncatedFilesAreFound) {
 }
 
 TEST_F(Depthrw, AnAlteredReferenceIsOutsideTheTolerance) {
-  record("2");
+  record("flat", "2");
   std::string text = read_file(path("rec/depth-00000001.ref"));
   const std::size_t last_line = text.rfind('\n', text.size() - 2) + 1;
   text[last_line] = text[last_line] == '9' ? '1' : '9';
@@ -299,7 +217,7 @@ TEST_F(Depthrw, AnAlteredReferenceIsOutsideTheTolerance) {
 }
 
 TEST_F(Depthrw, ADamagedDescriptionIsToldButFramesArePlayed) {
-  record("1");
+  record("flat", "1");
   write_file(path("rec/recording.json"), "{");
   const ProgramResult played = run_program({"play", path("rec")});
   EXPECT_EQ(played.status, 0);
@@ -308,7 +226,7 @@ TEST_F(Depthrw, ADamagedDescriptionIsToldButFramesArePlayed) {
 }
 
 TEST_F(Depthrw, PlayPrintsJson) {
-  record("2", {"--start", "2013-04-09T14:05:07.042"});
+  record("flat", "2", {"--start", "2013-04-09T14:05:07.042"});
   fs::remove(path("rec/depth-00000001.ref"));
   const ProgramResult result = run_program({"play", path("rec"), "--json"});
   EXPECT_EQ(result.status, 3);
@@ -323,7 +241,7 @@ TEST_F(Depthrw, PlayPrintsJson) {
 }
 
 TEST_F(Depthrw, VerifyPrintsJson) {
-  record("2");
+  record("flat", "2");
   const ProgramResult result =
       run_program({"verify", path("rec"), "--against", "synthetic", "--json"});
   EXPECT_EQ(result.status, 0);
@@ -335,7 +253,7 @@ TEST_F(Depthrw, VerifyPrintsJson) {
 }
 
 TEST_F(Depthrw, PlayWritesPictures) {
-  record("2");
+  record("flat", "2");
   const ProgramResult result = run_program(
       {"play", path("rec"), "--png", path("pictures/all"), "--contact-sheet", path("sheet.png")});
   EXPECT_EQ(result.status, 0) << result.messages;
@@ -348,7 +266,7 @@ TEST_F(Depthrw, PlayWritesPictures) {
 }
 
 TEST_F(Depthrw, APictureThatCannotBeWrittenIsAFailure) {
-  record("1");
+  record("flat", "1");
   const ProgramResult result =
       run_program({"play", path("rec"), "--contact-sheet", path("none/sheet.png")});
   EXPECT_EQ(result.status, 1);
@@ -356,7 +274,7 @@ TEST_F(Depthrw, APictureThatCannotBeWrittenIsAFailure) {
 }
 
 TEST_F(Depthrw, DiagnosticsOfTheLibraryNeverMixWithData) {
-  record("1");
+  record("flat", "1");
   const ProgramResult quiet = run_program({"play", path("rec")});
   EXPECT_EQ(lines_in(quiet.output), 1);
   EXPECT_EQ(quiet.messages, "");
@@ -366,7 +284,7 @@ TEST_F(Depthrw, DiagnosticsOfTheLibraryNeverMixWithData) {
 }
 
 TEST_F(Depthrw, AFailureShowsTheLastLinesOfTheLibrary) {
-  record("1");
+  record("flat", "1");
   fs::remove(path("rec/depth-00000000.rle"));
   const ProgramResult result = run_program({"play", path("rec")});
   EXPECT_EQ(result.status, 1);
@@ -374,69 +292,21 @@ TEST_F(Depthrw, AFailureShowsTheLastLinesOfTheLibrary) {
 }
 
 TEST_F(Depthrw, NeverWaitsForAKey) {
-  record("1");
+  record("flat", "1");
   // A damaged reference file makes the library want one; the runner's input never brings it.
   write_file(path("rec/depth-00000000.ref"), "nothing");
   EXPECT_EQ(run_program({"play", path("rec")}).status, 1);
   EXPECT_EQ(run_program({"verify", path("rec")}).status, 1);
 }
 
-TEST_F(Depthrw, WorksWithoutStandardInput) {
-  ProgramRunner runner;
-  runner.input = Stream::kClosed;
-  EXPECT_EQ(runner.run({"record", "--out", path("rec"), "--frames", "1"}).status, 0);
-  EXPECT_EQ(runner.run({"verify", path("rec"), "--against", "synthetic"}).status, 0);
-}
-
-TEST_F(Depthrw, LostDataIsAFailure) {
-  record("2");
-  for (const Stream stream : {Stream::kClosed, Stream::kFull, Stream::kBrokenPipe}) {
-    ProgramRunner runner;
-    runner.output = stream;
-    const std::vector<std::vector<std::string>> commands = {{"--help"},
-                                                            {"play", path("rec")},
-                                                            {"verify", path("rec")},
-                                                            {"play", path("rec"), "--json"}};
-    for (const auto& command : commands) {
-      const ProgramResult result = runner.run(command);
-      EXPECT_EQ(result.status, 1) << testing::PrintToString(command);
-      EXPECT_THAT(result.messages, HasSubstr("standard output"));
-    }
-  }
-}
-
-TEST_F(Depthrw, ARecordingIsWholeAlsoWhenItsSummaryIsLost) {
-  ProgramRunner runner;
-  runner.output = Stream::kClosed;
-  EXPECT_EQ(runner.run({"record", "--out", path("rec"), "--frames", "1"}).status, 1);
-  EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic"}).status, 0);
-}
-
-TEST_F(Depthrw, SignalsEndARecordingInOrder) {
-  for (const int signal : {SIGINT, SIGTERM}) {
-    fs::remove_all(path("rec"));
-    ProgramRunner runner;
-    runner.signal = signal;
-    runner.signal_delay = 3;
-    const ProgramResult result = runner.run(
-        {"record", "--out", path("rec"), "--frames", "1000000", "--realtime", "--fps", "5"});
-    EXPECT_EQ(result.status, 0) << result.messages;
-    EXPECT_THAT(result.output, HasSubstr("(interrupted)"));
-    const json info = json::parse(read_file(path("rec/recording.json")));
-    EXPECT_EQ(info["complete"], true);
-    EXPECT_LT(info["frames"]["recorded"], 100);
-    EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic"}).status, 0);
-  }
-}
-
 TEST_F(Depthrw, KeepsToRealTime) {
   const double start = static_cast<double>(time(nullptr));
-  record("5", {"--realtime", "--fps", "2"});
+  record("flat", "5", {"--realtime", "--fps", "2"});
   EXPECT_GE(static_cast<double>(time(nullptr)) - start, 1.0);
 }
 
 TEST_F(Depthrw, TimesWithoutADescriptionCannotBeCompared) {
-  record("1", {"--name-by", "time"});
+  record("flat", "1", {"--name-by", "time"});
   fs::remove(path("rec/recording.json"));
   EXPECT_EQ(run_program({"verify", path("rec")}).status, 0);
   const ProgramResult result = run_program({"verify", path("rec"), "--against", "synthetic"});
@@ -445,7 +315,7 @@ TEST_F(Depthrw, TimesWithoutADescriptionCannotBeCompared) {
 }
 
 TEST_F(Depthrw, ForeignFilesAreLeftAlone) {
-  record("1");
+  record("flat", "1");
   for (const char* name : {"depth-.rle", "depth-x.rle", "depth-00000000.rle.txt", "notes-1.jpg",
                            "depth-9999999999.rle", "depth--0000001.rle", "depth.rle"}) {
     write_file(path(std::string("rec/") + name), "");
@@ -454,29 +324,6 @@ TEST_F(Depthrw, ForeignFilesAreLeftAlone) {
   EXPECT_EQ(result.status, 0) << result.messages;
   EXPECT_THAT(result.output, HasSubstr("1 checked, 1 good"));
 }
-
-/// Records, plays and verifies real frames, if there are any.
-void check_real_frames(const std::string& name, long frames) {
-  const std::string images = std::string(CAMERA_DEPTH_RW_REAL_FRAMES) + "/" + name;
-  if (!fs::exists(images)) GTEST_SKIP() << "there are no real frames at " << images;
-  const TempDirectory directory;
-  const std::string recording = directory.file("rec");
-  const std::string source = "images:" + images;
-  const ProgramResult recorded = run_program({"record", "--out", recording, "--source", source});
-  ASSERT_EQ(recorded.status, 0) << recorded.messages;
-  const ProgramResult played = run_program({"play", recording});
-  EXPECT_EQ(played.status, 0) << played.messages;
-  EXPECT_EQ(lines_in(played.output), frames);
-  const ProgramResult verified = run_program({"verify", recording, "--against", source, "--json"});
-  EXPECT_EQ(verified.status, 0) << verified.messages;
-  const json root = json::parse(verified.output);
-  EXPECT_EQ(root["frames"]["good"], frames);
-  EXPECT_EQ(root["against"]["outside_tolerance"], 0);
-}
-
-TEST(DepthrwRealFrames, EverydayFramesComeBack) { check_real_frames("kinect_kitchen", 150); }
-TEST(DepthrwRealFrames, FramesWithFarOutliersComeBack) { check_real_frames("realsense_lab", 40); }
-TEST(DepthrwRealFrames, NearlyEmptyFramesComeBack) { check_real_frames("kinect_sparse", 3); }
 
 }  // namespace
 }  // namespace depth_io::test

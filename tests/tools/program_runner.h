@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <string>
@@ -25,41 +26,91 @@ struct ProgramResult {
 /// What the program gets as a standard stream.
 enum class Stream { kUsual, kClosed, kFull, kBrokenPipe };
 
-/// Runs the program with its output in files. Standard input is a pipe in which nothing ever
-/// arrives: a program that waits for a key never ends, and is killed after a minute.
-class ProgramRunner {
- public:
+/// How a program is started.
+struct ProgramStart {
+  std::string program = DEPTHRW_PROGRAM;
   Stream input = Stream::kUsual;
   Stream output = Stream::kUsual;
-  int signal = 0;           ///< sent after `signal_delay`
-  double signal_delay = 0;  ///< seconds
+  std::string working_directory;  ///< empty: the test's
+};
 
-  ProgramResult run(const std::vector<std::string>& arguments) const {
-    const TempDirectory directory;
-    int idle_pipe[2] = {-1, -1};
-    if (pipe2(idle_pipe, O_CLOEXEC) != 0) std::abort();
-    const pid_t child = fork();
-    if (child == 0) start_program(arguments, directory, idle_pipe[0]);
-    ProgramResult result;
-    result.status = wait_for(child);
-    close(idle_pipe[0]);
-    close(idle_pipe[1]);
-    result.output = read_file(directory.file("output"));
-    result.messages = read_file(directory.file("messages"));
-    return result;
+inline void sleep_seconds(double seconds) {
+  std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+/// The program at work, with its output in files. Standard input is a pipe in which nothing ever
+/// arrives: a program that waits for a key never ends, and is killed after a minute.
+class RunningProgram {
+ public:
+  explicit RunningProgram(const std::vector<std::string>& arguments,
+                          const ProgramStart& start = {}) {
+    if (pipe2(idle_pipe_, O_CLOEXEC) != 0) std::abort();
+    child_ = fork();
+    if (child_ == 0) become_program(arguments, start);
+  }
+  ~RunningProgram() {
+    if (!has_ended_) send(SIGKILL);
+    wait();
+    close(idle_pipe_[0]);
+    close(idle_pipe_[1]);
+  }
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  pid_t id() const { return child_; }
+  void send(int signal) const { kill(child_, signal); }
+  std::string output() const { return read_file(directory_.file("output")); }
+  std::string messages() const { return read_file(directory_.file("messages")); }
+
+  bool has_ended() { return poll_end(); }
+
+  /// Waits until the program has written so many lines of data; false when it ended before, or a
+  /// minute is over.
+  bool wait_for_lines(long count) {
+    for (double waited = 0; waited < kPatience; waited += kPollSeconds) {
+      const std::string text = output();
+      if (std::count(text.begin(), text.end(), '\n') >= count) return true;
+      if (poll_end()) return false;
+      sleep_seconds(kPollSeconds);
+    }
+    return false;
+  }
+
+  ProgramResult wait() {
+    const auto begin = std::chrono::steady_clock::now();
+    while (!poll_end()) {
+      const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
+      if (passed.count() > kPatience) send(SIGKILL);
+      sleep_seconds(kPollSeconds);
+    }
+    return {status_, output(), messages()};
   }
 
  private:
-  [[noreturn]] void start_program(const std::vector<std::string>& arguments,
-                                  const TempDirectory& directory, int idle_input) const {
+  static constexpr double kPatience = 60;
+  static constexpr double kPollSeconds = 0.002;
+
+  bool poll_end() {
+    if (has_ended_) return true;
+    int status = 0;
+    if (waitpid(child_, &status, WNOHANG) != child_) return false;
+    has_ended_ = true;
+    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return true;
+  }
+
+  [[noreturn]] void become_program(const std::vector<std::string>& arguments,
+                                   const ProgramStart& start) const {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
-    dup2(idle_input, STDIN_FILENO);
-    dup2(open(directory.file("messages").c_str(), kFlags, 0600), STDERR_FILENO);
-    dup2(open_output(directory.file("output"), kFlags), STDOUT_FILENO);
-    if (input == Stream::kClosed) close(STDIN_FILENO);
-    if (output == Stream::kClosed) close(STDOUT_FILENO);
+    dup2(idle_pipe_[0], STDIN_FILENO);
+    dup2(open(directory_.file("messages").c_str(), kFlags, 0600), STDERR_FILENO);
+    dup2(open_output(start.output, kFlags), STDOUT_FILENO);
+    if (start.input == Stream::kClosed) close(STDIN_FILENO);
+    if (start.output == Stream::kClosed) close(STDOUT_FILENO);
+    const std::string& place = start.working_directory;
+    if (!place.empty() && chdir(place.c_str()) != 0) _exit(126);
     std::vector<char*> argv;
-    std::string program = DEPTHRW_PROGRAM;
+    std::string program = start.program;
     argv.push_back(program.data());
     for (const std::string& argument : arguments) {
       argv.push_back(const_cast<char*>(argument.c_str()));
@@ -69,36 +120,27 @@ class ProgramRunner {
     _exit(127);
   }
 
-  int open_output(const std::string& path, int flags) const {
-    if (output == Stream::kFull) return open("/dev/full", O_WRONLY | O_CLOEXEC);
-    if (output != Stream::kBrokenPipe) return open(path.c_str(), flags, 0600);
+  int open_output(Stream stream, int flags) const {
+    if (stream == Stream::kFull) return open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (stream != Stream::kBrokenPipe) {
+      return open(directory_.file("output").c_str(), flags, 0600);
+    }
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
     close(ends[0]);
     return ends[1];
   }
 
-  int wait_for(pid_t child) const {
-    const auto start = std::chrono::steady_clock::now();
-    bool signal_sent = signal == 0;
-    for (;;) {
-      int status = 0;
-      if (waitpid(child, &status, WNOHANG) == child) {
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-      }
-      const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-      if (!signal_sent && passed.count() > signal_delay) {
-        kill(child, signal);
-        signal_sent = true;
-      }
-      if (passed.count() > 60) kill(child, SIGKILL);
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-  }
+  TempDirectory directory_;
+  int idle_pipe_[2] = {-1, -1};
+  pid_t child_ = -1;
+  bool has_ended_ = false;
+  int status_ = -1;
 };
 
-inline ProgramResult run_program(const std::vector<std::string>& arguments) {
-  return ProgramRunner().run(arguments);
+inline ProgramResult run_program(const std::vector<std::string>& arguments,
+                                 const ProgramStart& start = {}) {
+  return RunningProgram(arguments, start).wait();
 }
 
 }  // namespace depth_io::test

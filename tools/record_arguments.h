@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "tools/open_source.h"
+#include "tools/recording_info.h"
+
+namespace depth_io::tools {
+
+/// What the user asks of `depthrw record`.
+struct RecordArguments {
+  std::string out;
+  SourceChoice source;
+  std::optional<long> frames;
+  std::optional<double> duration;
+  double fps = 30;
+  std::string layout = "tree";
+  std::optional<int> per_directory;
+  int camera_type = 0;
+  std::optional<int> history;
+  std::optional<double> history_seconds;
+  std::optional<std::string> name_by;
+  std::string start;
+  std::optional<std::string> trigger;
+  std::optional<double> motion;
+  std::optional<long> every;
+  std::optional<double> before;
+  std::optional<double> after;
+  std::optional<double> max_fps;
+  double max_depth = 30;
+  std::string min_free = "256M";
+  bool realtime = false;
+  bool no_realtime = false;
+  bool no_colour = false;
+  bool append = false;
+  bool verify_writes = false;
+  bool acknowledge = false;
+  bool json = false;
+  bool verbose = false;
+};
+
+/// Throws `UsageFailure` when they make no sense.
+void check_arguments(const RecordArguments& arguments);
+
+/// The directory without "/" at its end. Throws `UsageFailure` when it cannot take a recording.
+std::string checked_directory(const RecordArguments& arguments);
+
+/// How the recording will be made. Throws `UsageFailure` when there is not the memory for it.
+RecordingInfo describe(const RecordArguments& arguments, const FrameSource& source);
+
+/// Number of frames to look at; as many as there can be when the user is to end it. Throws
+/// `UsageFailure`.
+long frames_to_offer(const RecordArguments& arguments, const FrameSource& source,
+                     const RecordingInfo& info);
+
+/// True when only the user ends the recording.
+bool goes_on_forever(const RecordArguments& arguments, const FrameSource& source);
+
+/// Bytes that are to stay free on the disk.
+std::uintmax_t free_bytes_wanted(const RecordArguments& arguments);
+
+}  // namespace depth_io::tools

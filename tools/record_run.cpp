@@ -1,0 +1,251 @@
+#include "tools/record_run.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+
+#include "tools/clock_watch.h"
+#include "tools/directory_lock.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+#include "tools/frame_time.h"
+#include "tools/free_space.h"
+#include "tools/interruption.h"
+#include "tools/library_log.h"
+#include "tools/output.h"
+#include "tools/progress_bar.h"
+#include "tools/record_summary.h"
+#include "tools/recorder.h"
+#include "tools/tree_end.h"
+
+namespace depth_io::tools {
+namespace {
+
+/// What is known of a long recording is written down so often, for the case that it is killed.
+constexpr double kDescriptionSeconds = 10;
+/// So many signals are remembered by their times.
+constexpr std::size_t kMostSignalTimes = 1000;
+
+/// One run of the recorder: what is asked for and what became of it.
+class RecordRun {
+ public:
+  RecordRun(const RecordArguments& arguments, std::string directory, FrameSource& source,
+            const RecordingInfo& info, long frame_count)
+      : arguments_(arguments),
+        directory_(std::move(directory)),
+        source_(source),
+        frame_count_(frame_count),
+        info_(info),
+        floor_(directory_, free_bytes_wanted(arguments)),
+        log_(arguments.verbose),
+        progress_(goes_on_forever(arguments, source) ? 0 : frame_count, !arguments.verbose),
+        recorder_({directory_, info_, arguments.verify_writes}, info_, log_,
+                  [this](const std::string& name) { acknowledge(name); }) {}
+
+  /// Goes on after the frames of an earlier run: those are never written over.
+  void go_on_after(const Moment& last) {
+    if (seconds_between(last, info_.start) > 0) return;
+    last_of_earlier_runs_ = last;
+    tell_clock_step(seconds_between(last, info_.start),
+                    "frames that are there already are not written over");
+  }
+
+  int run() {
+    write_recording_info(directory_, info_);
+    const double begin = monotonic_seconds();
+    const bool good = record_frames(begin);
+    const double seconds = monotonic_seconds() - begin;
+    info_.complete = true;
+    const bool described = describe_run();
+    progress_.hide();
+    print_record_summary({directory_, info_, recorder_.bytes(), seconds}, arguments_.json,
+                         arguments_.acknowledge);
+    if (disk_is_full_) return kPartial;
+    if (good && described) return kGood;
+    return info_.frames_recorded > 0 ? kPartial : kFailed;
+  }
+
+ private:
+  /// False when a frame failed or the disk is full: nothing is recorded after it.
+  bool record_frames(double begin) {
+    begin_ = begin;
+    last_description_ = begin;
+    clock_.emplace(local_time_now(), begin);
+    info_.end = "the source ended";
+    try {
+      Frame frame;
+      for (long index = 0; index < frame_count_ && !interrupted(); ++index) {
+        if (info_.realtime) index = wait_for_frame(index);
+        if (interrupted()) break;
+        notice_signal();
+        if (!has_room() || !source_.next(frame)) break;
+        offer(frame, index);
+        if (!info_.realtime) save_backlog();
+        progress_.update(index + 1, recorder_.bytes().sum());
+        describe_now_and_then();
+      }
+      notice_signal();
+      save_backlog();
+    } catch (const Failure& failure) {
+      ++info_.frames_failed;
+      info_.end = "a frame failed";
+      progress_.hide();
+      write_message("%s", failure.what());
+      log_.show_last_lines();
+      return false;
+    }
+    if (interrupted() && !disk_is_full_) info_.end = "interrupted";
+    return !disk_is_full_;
+  }
+
+  /// Waits for a frame's time and writes what is still to be written meanwhile. Returns the frame
+  /// that is to be taken: a later one, when the recorder is late by more than a frame.
+  long wait_for_frame(long index) {
+    const double due = begin_ + time_of(index);
+    for (;;) {
+      notice_signal();
+      if (interrupted() || monotonic_seconds() >= due) break;
+      if (recorder_.has_backlog() && has_room()) {
+        recorder_.save_next();
+      } else {
+        sleep_until(due);
+      }
+    }
+    if (interrupted()) return index;
+    const double now = monotonic_seconds();
+    watch_clock(now);
+    const auto newest = static_cast<long>((now - begin_) * info_.fps);
+    const long taken = std::clamp(newest, index, frame_count_ - 1);
+    info_.frames_dropped += taken - index;
+    source_.skip(taken - index);
+    return taken;
+  }
+
+  void watch_clock(double now) {
+    if (const auto step = clock_->look(local_time_now(), now))
+      tell_clock_step(*step, "frame times go on evenly");
+  }
+
+  void tell_clock_step(double seconds, const char* consequence) {
+    ClockSteps& steps = info_.clock_steps;
+    ++steps.count;
+    if (std::abs(seconds) > std::abs(steps.largest_seconds)) steps.largest_seconds = seconds;
+    progress_.hide();
+    write_message("the clock went %s by %.3f s; %s", seconds < 0 ? "back" : "forward",
+                  std::abs(seconds), consequence);
+  }
+
+  /// A signal before the first frame waits for it.
+  void notice_signal() {
+    if (take_trigger()) signal_waits_ = info_.trigger == Trigger::kSignal;
+    if (!signal_waits_) return;
+    const std::optional<Moment> moment = recorder_.fire();
+    if (!moment) return;
+    signal_waits_ = false;
+    ++info_.signals;
+    const std::string time = stamp_text(*moment);
+    if (info_.signal_times.size() < kMostSignalTimes) info_.signal_times.push_back(time);
+    progress_.hide();
+    write_message("signal at %s: recording %g s before and %g s after it", time.c_str(),
+                  info_.before_seconds, info_.after_seconds);
+  }
+
+  bool has_room() {
+    if (disk_is_full_) return false;
+    const std::string shortage = floor_.shortage();
+    if (shortage.empty()) return true;
+    disk_is_full_ = true;
+    info_.end = "the disk is full";
+    progress_.hide();
+    write_message("%s; the recording ends", shortage.c_str());
+    return false;
+  }
+
+  void offer(Frame& frame, long index) {
+    if (!info_.colour) frame.has_colour = false;
+    info_.readings_cut +=
+        remove_unusable_readings(frame.depth, static_cast<float>(info_.max_depth));
+    ++info_.frames_offered;
+    const Shot shot{index, moment_after(info_.start, time_of(index))};
+    if (is_recorded_already(shot.moment)) {
+      ++info_.skipped.already_recorded;
+      return;
+    }
+    recorder_.offer(frame, shot);
+  }
+
+  bool is_recorded_already(const Moment& moment) const {
+    return last_of_earlier_runs_ && seconds_between(*last_of_earlier_runs_, moment) <= 0 &&
+           tree_has_frame(directory_, moment);
+  }
+
+  void save_backlog() {
+    while (recorder_.has_backlog() && has_room()) recorder_.save_next();
+  }
+
+  void acknowledge(const std::string& name) {
+    if (!arguments_.acknowledge) return;
+    write_data("%s\n", name.c_str());
+    flush_data();
+  }
+
+  void describe_now_and_then() {
+    const double now = monotonic_seconds();
+    if (now - last_description_ < kDescriptionSeconds) return;
+    last_description_ = now;
+    describe_run();
+  }
+
+  bool describe_run() {
+    try {
+      write_recording_info(directory_, info_);
+      return true;
+    } catch (const Failure& failure) {
+      progress_.hide();
+      write_message("%s", failure.what());
+      return false;
+    }
+  }
+
+  double time_of(long index) const { return static_cast<double>(index) / info_.fps; }
+
+  const RecordArguments& arguments_;
+  std::string directory_;
+  FrameSource& source_;
+  long frame_count_;
+  RecordingInfo info_;
+  FreeSpaceFloor floor_;
+  LibraryLog log_;
+  ProgressBar progress_;
+  Recorder recorder_;
+  std::optional<ClockWatch> clock_;
+  std::optional<Moment> last_of_earlier_runs_;
+  double begin_ = 0;
+  double last_description_ = 0;
+  bool signal_waits_ = false;
+  bool disk_is_full_ = false;
+};
+
+}  // namespace
+
+int record(RecordArguments arguments) {
+  check_arguments(arguments);
+  const std::string directory = checked_directory(arguments);
+  arguments.source.with_colour = !arguments.no_colour;
+  const std::unique_ptr<FrameSource> source = open_source(arguments.source);
+  const RecordingInfo info = describe(arguments, *source);
+  const long frame_count = frames_to_offer(arguments, *source, info);
+
+  make_directories(directory);
+  const DirectoryLock lock(directory);
+  const bool is_new = check_contents(directory, arguments.append);
+  RecordRun run(arguments, directory, *source, info, frame_count);
+  if (!is_new) {
+    if (const auto last = last_moment_of_tree(directory)) run.go_on_after(*last);
+    put_recording_info_aside(directory);
+  }
+  return run.run();
+}
+
+}  // namespace depth_io::tools

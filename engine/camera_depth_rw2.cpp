@@ -2,7 +2,6 @@
 
 #include "engine/stamped_engine.h"
 
-using depth_io::print_line;
 using depth_io::print_line_and_wait;
 
 namespace {
@@ -19,26 +18,10 @@ void release_buffers(Engine& engine) {
   engine.FirstTimeStampSavedInSubDirectory.Kill();
 }
 
-/// False when a setting is missing that has no default.
-bool check_settings(KV_RGBD_CameraCompression2_parameters& param) {
-  if (!param.SizeBuffer_active) param.SizeBuffer = 1;
-  if (!param.Directory_active) {
-    print_line_and_wait("ERROR KV_RGBD_CameraCompression2::Construct Directory non set");
-    return false;
-  }
-  if (!param.DepthStem_active) {
-    print_line_and_wait("ERROR KV_RGBD_CameraCompression2::Construct DepthStem non set");
-    return false;
-  }
-  if (!param.MaxFPS_active) {
-    print_line(
-        "WARNING KV_RGBD_CameraCompression2::Construct MaxFPS non set, set to default 8.0 fps");
-    param.MaxFPS = 8.0F;
-    param.MaxFPS_active = true;
-    depth_io::wait_for_key();
-  }
-  return true;
-}
+constexpr depth_io::SettingComplaints kComplaints = {
+    "ERROR KV_RGBD_CameraCompression2::Construct Directory non set",
+    "ERROR KV_RGBD_CameraCompression2::Construct DepthStem non set",
+    "WARNING KV_RGBD_CameraCompression2::Construct MaxFPS non set, set to default 8.0 fps"};
 
 }  // namespace
 
@@ -60,7 +43,7 @@ bool KV_RGBD_CameraCompression2::Construct(KV_RGBD_CameraCompression2_parameters
   close_list(*this);
   REVERSE_NAME = true;
   param.CopyFrom(_param);
-  if (!check_settings(param)) return false;
+  if (!depth_io::complete_settings(param, kComplaints)) return false;
 
   RECORDED = false;
   INITIALISED = false;

@@ -229,9 +229,7 @@ void list_recording(Engine& engine) {
 bool load_depth(Engine& engine, int debug) {
   const bool is_named = engine.depth_string[0] != '\0';
   if (is_named && load_compressed_data(engine.RW, engine.depth_string, debug)) return true;
-  print("ERROR KV_RGBD_CameraCompression read - (1)%d, (2) '%s', (3) '%s'  (%s)\n",
-        engine._CurrentFrame, engine.timestamp.buffer, engine._CurrentStampString,
-        engine.depth_string);
+  depth_io::report_unread_frame(engine);
   return false;
 }
 

@@ -13,14 +13,7 @@ namespace {
 
 using Engine = KV_RGBD_CameraCompression2;
 
-bool know_camera(Engine& engine) {
-  if (!engine.param.CameraType_active) {
-    print_line_and_wait("ERROR KV_RGBD_CameraCompression2::Construct CameraType non set");
-    return false;
-  }
-  depth_io::set_camera_intrinsics(engine);
-  return true;
-}
+constexpr char kNoCameraType[] = "ERROR KV_RGBD_CameraCompression2::Construct CameraType non set";
 
 /// Writes the current frame into the current output directory.
 bool write_current_frame(Engine& engine, const StampedCapture& capture, bool by_timestamp) {
@@ -114,7 +107,7 @@ bool KV_RGBD_CameraCompression2::_apply(bool RECORD_NOW, bool SAVE_WITH_TIMESTAM
   capture.too_long = depth_io::period_is_over(*this, delta_time_last_recorded);
   if (SAVE_WITH_TIMESTAMP && !depth_io::check_stamp_and_rate(*this, capture)) return false;
   depth_io::print_capture_decision(*this, capture);
-  if (!know_camera(*this)) return false;
+  if (!depth_io::know_camera(*this, kNoCameraType)) return false;
   if (capture.asks_for_recording() && capture.passes_rate_limit &&
       !write_current_frame(*this, capture, SAVE_WITH_TIMESTAMP)) {
     return false;

@@ -111,9 +111,7 @@ bool build_names(Engine& engine) {
 bool load_depth(Engine& engine, bool has_names, int debug) {
   trace(debug, "DEBUG - read - load_compressed_data");
   if (has_names && load_compressed_data(engine.RW, engine.depth_string, debug)) return true;
-  print("ERROR KV_RGBD_CameraCompression read - (1)%d, (2) '%s', (3) '%s'  (%s)\n",
-        engine._CurrentFrame, engine.timestamp.buffer, engine._CurrentStampString,
-        engine.depth_string);
+  depth_io::report_unread_frame(engine);
   return false;
 }
 

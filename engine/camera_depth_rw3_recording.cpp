@@ -3,21 +3,13 @@
 #include "engine/stamped_engine.h"
 
 using depth_io::Moment;
-using depth_io::print_line_and_wait;
 using depth_io::StampedCapture;
 
 namespace {
 
 using Engine = KV_RGBD_CameraCompression3;
 
-bool know_camera(Engine& engine) {
-  if (!engine.param.CameraType_active) {
-    print_line_and_wait("ERROR KV_RGBD_CameraCompression3::Construct CameraType non set");
-    return false;
-  }
-  depth_io::set_camera_intrinsics(engine);
-  return true;
-}
+constexpr char kNoCameraType[] = "ERROR KV_RGBD_CameraCompression3::Construct CameraType non set";
 
 /// Writes the current frame into its minute folder.
 bool write_current_frame(Engine& engine, const StampedCapture& capture) {
@@ -67,7 +59,7 @@ bool KV_RGBD_CameraCompression3::_apply(bool RECORD_NOW, int current_frame, int 
   capture.too_long = depth_io::period_is_over(*this, delta_time_last_recorded);
   if (!depth_io::check_stamp_and_rate(*this, capture)) return false;
   depth_io::print_capture_decision(*this, capture);
-  if (!know_camera(*this)) return false;
+  if (!depth_io::know_camera(*this, kNoCameraType)) return false;
   if (capture.asks_for_recording() && capture.passes_rate_limit &&
       !write_current_frame(*this, capture)) {
     return false;

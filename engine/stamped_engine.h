@@ -32,6 +32,36 @@ void release_stamped_engine(Engine& engine) {
   engine.ColourImage = nullptr;
 }
 
+/// What the construction of each generation says of settings that are missing.
+struct SettingComplaints {
+  const char* directory;
+  const char* depth_stem;
+  const char* rate_limit;
+};
+
+/// Fills in the settings that have defaults; false, after a message and a wait for a key, when one
+/// is missing that has none. Kept: the warning about the rate limit waits for a key, too.
+template <typename Parameters>
+bool complete_settings(Parameters& param, const SettingComplaints& complaints) {
+  constexpr float kDefaultFramesPerSecond = 8.0F;
+  if (!param.SizeBuffer_active) param.SizeBuffer = 1;
+  if (!param.Directory_active) {
+    print_line_and_wait(complaints.directory);
+    return false;
+  }
+  if (!param.DepthStem_active) {
+    print_line_and_wait(complaints.depth_stem);
+    return false;
+  }
+  if (!param.MaxFPS_active) {
+    print_line(complaints.rate_limit);
+    param.MaxFPS = kDefaultFramesPerSecond;
+    param.MaxFPS_active = true;
+    wait_for_key();
+  }
+  return true;
+}
+
 template <typename Engine>
 void allocate_stamped_engine(Engine& engine) {
   engine.WW = kFrameWidth;
@@ -154,13 +184,20 @@ void print_capture_decision(const Engine& engine, const StampedCapture& capture)
       engine.last_time_recorded_millisecond);
 }
 
+/// Sets the intrinsics of the camera; false, after the message and a wait for a key, when its type
+/// was not set.
 template <typename Engine>
-void set_camera_intrinsics(Engine& engine) {
+bool know_camera(Engine& engine, const char* complaint) {
+  if (!engine.param.CameraType_active) {
+    print_line_and_wait(complaint);
+    return false;
+  }
   const CameraConstants constants = camera_constants(engine.param.CameraType);
   engine.a11 = constants.a11;
   engine.a22 = constants.a22;
   engine.cx = constants.cx;
   engine.cy = constants.cy;
+  return true;
 }
 
 /// Which frame is to be written where.
@@ -328,6 +365,13 @@ void take_stamped_frame(Engine& engine) {
   std::copy_n(engine.RW.LoadedDepth, kFramePixels, engine.DepthMap);
   take_intrinsics(engine);
   mark_depth({engine.DepthMap, kFramePixels}, engine.MapHasDepth.buffer);
+}
+
+template <typename Engine>
+void report_unread_frame(const Engine& engine) {
+  print("ERROR KV_RGBD_CameraCompression read - (1)%d, (2) '%s', (3) '%s'  (%s)\n",
+        engine._CurrentFrame, engine.timestamp.buffer, engine._CurrentStampString,
+        engine.depth_string);
 }
 
 template <typename Engine>

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/depthrw_fixture.h"
+#include "tests/tools/image_directory.h"
 
 namespace depth_io::test {
 namespace {
@@ -165,12 +166,14 @@ TEST_F(Depthrw, TriggersHaveDefaults) {
   record("tree", "1", {"--no-colour", "--trigger", "motion"});
   EXPECT_EQ(description()["motion_percent"], 0.5);
   fs::remove_all(path("rec"));
-  record("tree", "101", {"--no-colour", "--trigger", "every"});
+  ImageDirectory images;
+  images.add_depth("0", 1500);
+  record("tree", "101", {"--source", "images:" + images.path(), "--loop", "--trigger", "every"});
   EXPECT_EQ(description()["every"], 100);
   EXPECT_EQ(description()["frames"]["kept"]["period"], 1);
 }
 
-TEST_F(Depthrw, AUnreadableFolderIsToldAndTheRestPlayed) {
+TEST_F(Depthrw, AnUnreadableFolderIsToldAndTheRestPlayed) {
   if (geteuid() == 0) GTEST_SKIP() << "the superuser may read everything";
   record("tree", "2", {"--no-colour", "--fps", "1", "--start", "2013-12-31T23:59:59"});
   fs::permissions(path("rec/2013-12-31/23h/59mn"), fs::perms::none);

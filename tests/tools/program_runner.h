@@ -16,6 +16,18 @@
 
 namespace depth_io::test {
 
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kIsSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr bool kIsSanitized = true;
+#else
+inline constexpr bool kIsSanitized = false;
+#endif
+#else
+inline constexpr bool kIsSanitized = false;
+#endif
+
 /// How a run of the program ended, and what it wrote.
 struct ProgramResult {
   int status = -1;  ///< -1 when it did not end by itself

@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # Fails when the shared library does not export one of the names that callers rely on, or exports what
 # is neither one of these, a member of their classes, nor of the depth_io namespace.
-# Usage: check_exports.sh LIBRARY NAMES-FILE
+# Usage: check_exports.sh LIBRARY NAMES-FILE...
 set -euo pipefail
 
-promised=$(grep -vE '^(#|$)' "$2")
+library=$1
+shift
+promised=$(cat "$@" | grep -vE '^(#|$)')
 # Demangled names without arguments, ABI tags and, of template instances, return types; what the standard
 # library's templates leave is not ours.
-exported=$(nm --dynamic --defined-only --demangle "$1" | cut -d' ' -f3- |
+exported=$(nm --dynamic --defined-only --demangle "$library" | cut -d' ' -f3- |
   sed -E 's/^(vtable|typeinfo|typeinfo name|guard variable|VTT) for //; s/\[abi:[^]]*\]//g; s/\(.*//' |
   grep -vE '(^|[ <])(std|__gnu_cxx)::' | sed -E 's/^[a-z ]+ //' | sort -u)
 

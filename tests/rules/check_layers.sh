@@ -21,7 +21,7 @@ check engine 'codec/|catalogue/|engine/'
 check camera 'camera/|codec/console\.h'
 
 # The program sees only what is installed.
-public=$(sed -n '/set(public_headers/,/)/p' CMakeLists.txt | grep -oE '[a-z]+/[a-z0-9_]+\.h' | sort -u)
+public=$(sed -nE '/(set\(|APPEND )public_headers/,/\)/p' CMakeLists.txt | grep -oE '[a-z]+/[a-z0-9_]+\.h' | sort -u)
 while read -r header; do
   grep -qx "$header" <<<"$public" || {
     echo "tools/ includes $header, which is not public" >&2

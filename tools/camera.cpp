@@ -34,23 +34,14 @@ Camera::Wait Camera::wait_for_frame(double stall_seconds) {
   while (!interrupted()) {
     log_.start_operation();
     PROCESS_ASUS_READER(kQuietly);
-    if (take_frame_id()) return Wait::kNewFrame;
-    if (is_recording_over()) return Wait::kEnded;
     const double now = monotonic_seconds();
+    // OpenNI waits for up to two seconds itself: a frame may come, and too late all the same.
     if (now - begin >= stall_seconds) return Wait::kStalled;
+    if (ids_.take(THE_READER.depthMD.FrameID())) return Wait::kNewFrame;
+    if (is_recording_over()) return Wait::kEnded;
     sleep_until(now + kPauseSeconds);
   }
   return Wait::kInterrupted;
-}
-
-/// Notes the number of the frame that the reader holds; false when it is the last one still.
-bool Camera::take_frame_id() {
-  const unsigned id = THE_READER.depthMD.FrameID();
-  if (THE_READER.depthMD.Data() == nullptr || last_id_ == id) return false;
-  // Numbers begin anew when a recording is repeated.
-  if (last_id_ && id > *last_id_) frames_missed_ += id - *last_id_ - 1;
-  last_id_ = id;
-  return true;
 }
 
 bool Camera::is_recording_over() const {

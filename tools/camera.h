@@ -1,9 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "tools/frame.h"
+#include "tools/frame_ids.h"
 #include "tools/library_log.h"
 
 namespace depth_io::tools {
@@ -34,7 +34,7 @@ class Camera {
   /// Of the last frame; 0 * 0 before the first.
   Resolution depth_resolution() const;
   Resolution colour_resolution() const;
-  unsigned frame_id() const { return last_id_.value_or(0); }
+  unsigned frame_id() const { return ids_.last(); }
   float middle_metres() const;
 
   /// Whether the last frame has a colour image of a kind that is understood.
@@ -44,15 +44,13 @@ class Camera {
   void copy_to(Frame& frame) const;
 
   /// Frames that the camera numbered and that were never seen here.
-  long frames_missed() const { return frames_missed_; }
+  long frames_missed() const { return ids_.missed(); }
 
  private:
-  bool take_frame_id();
   bool is_recording_over() const;
 
   LibraryLog& log_;
-  std::optional<unsigned> last_id_;
-  long frames_missed_ = 0;
+  FrameIds ids_;
 };
 
 }  // namespace depth_io::tools

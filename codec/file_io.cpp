@@ -61,29 +61,33 @@ std::string temporary_path_beside(const std::string& path) {
 
 }  // namespace
 
-FileBytes::FileBytes(std::unique_ptr<char[]> bytes, std::size_t size)
-    : bytes_(std::move(bytes)), size_(size) {}
+FileBytes::FileBytes(std::unique_ptr<char[]> owned, const char* first, std::size_t size)
+    : owned_(std::move(owned)), first_(first), size_(size) {}
 
 std::span<const unsigned char> FileBytes::bytes() const {
-  return {reinterpret_cast<const unsigned char*>(bytes_.get()), size_};
+  return {reinterpret_cast<const unsigned char*>(first_), size_};
 }
 
-std::optional<FileBytes> read_regular_file(const char* path) {
+std::optional<FileBytes> read_regular_file(const char* path) { return read_regular_file(path, {}); }
+
+std::optional<FileBytes> read_regular_file(const char* path, std::span<char> room) {
   const ScopedDescriptor file{open_above_standard(path, O_RDONLY | O_NONBLOCK)};
   const auto known_size = regular_file_size(file.value);
   if (!known_size) return {};
   const std::size_t size = *known_size;
 
-  auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
+  std::unique_ptr<char[]> owned;
+  if (size > room.size() || room.empty()) owned = std::make_unique_for_overwrite<char[]>(size + 1);
+  char* const bytes = owned != nullptr ? owned.get() : room.data();
   std::size_t filled = 0;
   while (filled < size) {
-    const auto count = retry_when_interrupted(
-        [&] { return read(file.value, bytes.get() + filled, size - filled); });
+    const auto count =
+        retry_when_interrupted([&] { return read(file.value, bytes + filled, size - filled); });
     if (count < 0) return {};
     if (count == 0) break;
     filled += static_cast<std::size_t>(count);
   }
-  return FileBytes(std::move(bytes), filled);
+  return FileBytes(std::move(owned), bytes, filled);
 }
 
 std::FILE* open_regular_file(const char* path) {
@@ -133,14 +137,27 @@ void BufferedFile::write(std::string_view text) {
   used_ += text.size();
 }
 
-void BufferedFile::write_byte(unsigned char byte) {
-  make_room(1);
-  buffer_[used_++] = static_cast<char>(byte);
+void BufferedFile::write_int(int number) {
+  make_room(kLongestInt);
+  put_int(number);
 }
 
-void BufferedFile::write_int(int number) {
-  constexpr std::size_t kLongest = 12;
-  make_room(kLongest);
+void BufferedFile::write_line(int number) {
+  make_room(kLongestInt + 1);
+  put_int(number);
+  buffer_[used_++] = '\n';
+}
+
+void BufferedFile::write_line(int first, int second) {
+  make_room(2 * kLongestInt + 2);
+  put_int(first);
+  buffer_[used_++] = ' ';
+  put_int(second);
+  buffer_[used_++] = '\n';
+}
+
+/// There is room for it.
+void BufferedFile::put_int(int number) {
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_, number);
   used_ = static_cast<std::size_t>(end.ptr - buffer_);
 }
@@ -156,10 +173,6 @@ void BufferedFile::write_fixed(float number) {
 bool BufferedFile::close() {
   flush();
   return file_.close();
-}
-
-void BufferedFile::make_room(std::size_t size) {
-  if (sizeof buffer_ - used_ < size) flush();
 }
 
 void BufferedFile::flush() {

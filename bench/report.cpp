@@ -2,10 +2,14 @@
 // RESULTS.json [--check]; with --check the exit status is 1 when a goal that must be reached is
 // not.
 
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,15 +76,17 @@ std::string with_digits(double value, int digits) {
   return text;
 }
 
-/// About three significant digits.
+/// Whole numbers as they are, others with about three significant digits.
 std::string rounded(double value) {
+  if (value == std::floor(value)) return with_digits(value, 0);
   if (value >= 100.0) return with_digits(value, 0);
   if (value >= 10.0) return with_digits(value, 1);
   return with_digits(value, value >= 1.0 ? 2 : 3);
 }
 
 void print_context(const json& context) {
-  for (const char* const key : {"processor", "system", "compiler", "build_flags", "libraries"}) {
+  for (const char* const key :
+       {"processor", "system", "compiler", "build_flags", "libraries", "left_out"}) {
     if (context.contains(key))
       std::cout << "- " << key << ": " << context[key].get<std::string>() << '\n';
   }
@@ -206,9 +212,13 @@ int main(int argc, char** argv) {
     print_plain(rows, "capture/", "Capture");
     print_plain(rows, "catalogue/", "Listing and sorting");
     print_plain(rows, "engine/", "Engines");
-    print_plain(rows, "growth/", "How cost grows");
+    print_plain(rows, "growth/frame/", "Frames with more labels, runs and error records");
+    print_plain(rows, "growth/history/", "Length of the history");
+    print_plain(rows, "growth/frames per folder/", "Frames per folder");
+    const bool complete = !results.at("context").contains("left_out");
+    if (!complete) std::cout << "Goals are left out, for their frames are missing.\n";
     if (missed > 0) std::cout << missed << " goals are missed.\n";
-    return check && missed > 0 ? 1 : 0;
+    return check && (missed > 0 || !complete) ? 1 : 0;
   } catch (const std::exception& failure) {
     std::cerr << argv[1] << ": " << failure.what() << '\n';
     return 1;

@@ -84,6 +84,11 @@ std::string rounded(double value) {
   return with_digits(value, value >= 1.0 ? 2 : 3);
 }
 
+bool has_rows(const std::vector<Row>& rows, std::string_view prefix) {
+  return std::any_of(rows.begin(), rows.end(),
+                     [prefix](const Row& row) { return row.starts_with(prefix); });
+}
+
 void print_context(const json& context) {
   for (const char* const key :
        {"processor", "system", "compiler", "build_flags", "libraries", "left_out"}) {
@@ -111,8 +116,10 @@ void print_goal(const Row& row, std::string_view prefix) {
 }
 
 /// Returns how many goals are missed.
-int print_goals(const std::vector<Row>& rows, std::string_view prefix) {
+int print_goals(const std::vector<Row>& rows, std::string_view prefix, const char* title) {
   int missed = 0;
+  if (!has_rows(rows, prefix)) return missed;
+  std::cout << title << "\n\n";
   std::cout << "| | measured | must reach | aim | |\n|---|--:|--:|--:|---|\n";
   for (const Row& row : rows) {
     if (!row.starts_with(prefix)) continue;
@@ -127,6 +134,7 @@ int print_goals(const std::vector<Row>& rows, std::string_view prefix) {
 /// Rows are named frames/SET/OPERATION; each set gets two columns.
 void print_frames(const std::vector<Row>& rows) {
   constexpr std::string_view kPrefix = "frames/";
+  if (!has_rows(rows, kPrefix)) return;
   std::vector<std::string> sets;
   std::vector<std::string> operations;
   std::map<std::string, std::map<std::string, const Row*>> cells;
@@ -164,18 +172,16 @@ void print_frames(const std::vector<Row>& rows) {
 
 /// Rows that begin with `prefix`, with their time and all their counters.
 void print_plain(const std::vector<Row>& rows, std::string_view prefix, const char* title) {
+  if (!has_rows(rows, prefix)) return;
   std::vector<std::string> counters;
-  bool found = false;
   for (const Row& row : rows) {
     if (!row.starts_with(prefix)) continue;
-    found = true;
     for (const auto& [name, value] : row.counters) {
       if (std::find(counters.begin(), counters.end(), name) == counters.end()) {
         counters.push_back(name);
       }
     }
   }
-  if (!found) return;
   std::cout << title << "\n\n| | ms";
   for (const std::string& counter : counters) std::cout << " | " << counter;
   std::cout << " |\n|---|--:";
@@ -205,14 +211,13 @@ int main(int argc, char** argv) {
     const json results = json::parse(file);
     const std::vector<Row> rows = read_rows(results);
     print_context(results.at("context"));
-    const int missed = print_goals(rows, "goal/");
-    std::cout << "To compare with, without a claim\n\n";
-    print_goals(rows, "compare/");
+    const int missed = print_goals(rows, "goal/", "Goals");
+    print_goals(rows, "compare/", "To compare with, without a claim");
     print_frames(rows);
     print_plain(rows, "capture/", "Capture");
     print_plain(rows, "catalogue/", "Listing and sorting");
     print_plain(rows, "engine/", "Engines");
-    print_plain(rows, "growth/frame/", "Frames with more labels, runs and error records");
+    print_plain(rows, "growth/frame/", "Writing frames with more labels, runs and error records");
     print_plain(rows, "growth/history/", "Length of the history");
     print_plain(rows, "growth/frames per folder/", "Frames per folder");
     const bool complete = !results.at("context").contains("left_out");

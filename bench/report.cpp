@@ -119,7 +119,7 @@ void print_goal(const Row& row, std::string_view prefix) {
 int print_goals(const std::vector<Row>& rows, std::string_view prefix, const char* title) {
   int missed = 0;
   if (!has_rows(rows, prefix)) return missed;
-  std::cout << title << "\n\n";
+  std::cout << "### " << title << "\n\n";
   std::cout << "| | measured | must reach | aim | |\n|---|--:|--:|--:|---|\n";
   for (const Row& row : rows) {
     if (!row.starts_with(prefix)) continue;
@@ -152,7 +152,7 @@ void print_frames(const std::vector<Row>& rows) {
     note(operations, rest.substr(slash + 1));
     cells[rest.substr(slash + 1)][rest.substr(0, slash)] = &row;
   }
-  std::cout << "Milliseconds and bytes of a frame\n\n|";
+  std::cout << "### Milliseconds and bytes of a frame\n\n|";
   for (const std::string& set : sets) std::cout << " | " << set << " ms | bytes";
   std::cout << " |\n|---";
   for (std::size_t i = 0; i < sets.size(); ++i) std::cout << "|--:|--:";
@@ -182,7 +182,7 @@ void print_plain(const std::vector<Row>& rows, std::string_view prefix, const ch
       }
     }
   }
-  std::cout << title << "\n\n| | ms";
+  std::cout << "### " << title << "\n\n| | ms";
   for (const std::string& counter : counters) std::cout << " | " << counter;
   std::cout << " |\n|---|--:";
   for (std::size_t i = 0; i < counters.size(); ++i) std::cout << "|--:";

@@ -70,21 +70,6 @@ void add_captures(std::vector<Operation>& group, const Frame& frame) {
   }
 }
 
-const Measurements& capture_measurements() {
-  static const Measurements measurements = [] {
-    constexpr std::size_t kBlocks = 10;
-    const Frame frame = synthetic_frames(1).frames[0];
-    const auto ring = std::make_shared<PlainRing>();
-    for (int i = 0; i < 2 * kSlots; ++i) ring->copy(frame);
-    Group group = {{.name = "plain copy", .run = [&frame, ring] { ring->copy(frame); }}};
-    add_captures<FirstGeneration>(group, frame);
-    add_captures<SecondGeneration>(group, frame);
-    add_captures<ThirdGeneration>(group, frame);
-    return measure_interleaved({group}, kBlocks, kRounds, [](std::size_t) {});
-  }();
-  return measurements;
-}
-
 /// Two frames after each other, with what the engines know of them.
 struct MotionPair {
   std::vector<float> depth[2];
@@ -114,6 +99,24 @@ std::uint64_t read_plainly(const MotionPair& pair) {
     sum += sum_words(pair.has_depth[i].get(), kFramePixels);
   }
   return sum;
+}
+
+const Measurements& capture_measurements() {
+  static const Measurements measurements = [] {
+    constexpr std::size_t kBlocks = 10;
+    const Frame frame = synthetic_frames(1).frames[0];
+    const auto ring = std::make_shared<PlainRing>();
+    for (int i = 0; i < 2 * kSlots; ++i) ring->copy(frame);
+    Group group = {{.name = "plain copy", .run = [&frame, ring] { ring->copy(frame); }}};
+    const MotionPair still(frame, frame);
+    group.push_back(
+        {.name = "plain read", .run = [&still] { benchmark::DoNotOptimize(read_plainly(still)); }});
+    add_captures<FirstGeneration>(group, frame);
+    add_captures<SecondGeneration>(group, frame);
+    add_captures<ThirdGeneration>(group, frame);
+    return measure_interleaved({group}, kBlocks, kRounds, [](std::size_t) {});
+  }();
+  return measurements;
 }
 
 const Measurements& motion_measurements(const std::string& set) {
@@ -160,6 +163,16 @@ void register_capture_cases() {
     register_capture(generation + ", motion");
   }
   register_capture("plain copy");
+  const std::string third = ThirdGeneration::kName;
+  register_row(std::string(kCompareWithPrefix) +
+                   "(capture with motion - capture without) / read of both maps and masks, " +
+                   third,
+               [third](benchmark::State& state) {
+                 const Measurements& measured = capture_measurements();
+                 const double more = measured.seconds(third + ", motion") - measured.seconds(third);
+                 report_goal(state, more / measured.seconds("plain read"), {1.5, 1.2});
+                 return more;
+               });
   for (const std::string set : {"kinect_kitchen", "synthetic"}) {
     if (set != "synthetic" && !has_real_frames(set)) continue;
     register_row(

@@ -5,7 +5,7 @@
 #   --check     exit status 1 when a goal that must be reached is not
 #   --document  puts the tables into docs/performance.md, too
 #   --filter    measures only the rows whose names match
-# CAMERA_DEPTH_RW_DATA=DIR names the directory of the real frames, by default ../shared/data.
+# CAMERA_DEPTH_RW_DATA=DIR names the directory of the real frames, as for the tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -15,7 +15,6 @@ namespace {
 
 constexpr int kWidth = 640;
 constexpr int kHeight = 480;
-constexpr std::size_t kPixels = std::size_t{kWidth} * kHeight;
 
 /// Whole millimetres of a slanted wall with two boxes before it, shadows without a reading beside
 /// them, and the sensor's noise: whole numbers, so that every compiler makes the same frame.

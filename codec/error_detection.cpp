@@ -70,12 +70,6 @@ bool has_mask(const struct_read_write_depth& record) {
                      [](int label) { return label < 0; });
 }
 
-bool are_numbers(const float* depths, int count) {
-  float sum = 0.0F;
-  for (int i = 0; i < count; ++i) sum += depths[i] * 0.0F;
-  return sum == 0.0F;
-}
-
 }  // namespace
 
 LabelTolerance find_tolerance(float reference) {
@@ -114,10 +108,8 @@ LabelTolerance find_tolerance(float reference) {
   return tolerance;
 }
 
-ErrorFinder::ErrorFinder(struct_read_write_depth& record, int label_count)
-    : record_(record),
-      has_mask_(has_mask(record)),
-      takes_rows_(!has_mask_ && are_numbers(record.LabelRefZ, label_count)) {}
+ErrorFinder::ErrorFinder(struct_read_write_depth& record)
+    : record_(record), has_mask_(has_mask(record)) {}
 
 void ErrorFinder::take_row(const unsigned char* read) {
   const auto width = static_cast<std::size_t>(record_.width);
@@ -139,9 +131,9 @@ void ErrorFinder::take_run(int label, std::size_t first, std::size_t count,
                            const unsigned char* read) {
   const int* const codes = record_.Encode + first;
   bool* const flags = record_.ErrorMap + first;
-  const float reference = record_.LabelRefZ[label];
-  if (!std::isfinite(reference)) {
-    for (std::size_t i = 0; i < count; ++i) flag(flags[i], is_moved(codes[i], read[i], reference));
+  if (!std::isfinite(record_.LabelRefZ[label])) {
+    std::fill_n(flags, count, false);
+    has_strange_labels_ = true;
     return;
   }
   count_ += pixel_kernels().flag_moved(codes, read, count, tolerance_of(label), flags);
@@ -163,6 +155,12 @@ int ErrorFinder::finish() {
     look_at_all();
     return count_;
   }
+  take_rows_left();
+  if (has_strange_labels_) look_at_strange_labels();
+  return count_;
+}
+
+void ErrorFinder::take_rows_left() {
   const auto width = static_cast<std::size_t>(record_.width);
   const std::size_t pixels = pixel_count(record_);
   std::vector<unsigned char> row(pixel_ < pixels ? width : 0);
@@ -171,7 +169,23 @@ int ErrorFinder::finish() {
     for (std::size_t i = 0; i < width; ++i) row[i] = read[kBytesPerPixel * i];
     take_row(row.data());
   }
-  return count_;
+}
+
+/// Labels whose reference is no number: a message for each pixel of theirs, once the whole image is
+/// known to be good.
+void ErrorFinder::look_at_strange_labels() {
+  std::size_t pixel = 0;
+  for (int run = 0; run < record_.RLE_NbNb; ++run) {
+    const float reference = record_.LabelRefZ[record_.RLE_Val[run]];
+    const std::size_t end = pixel + static_cast<std::size_t>(record_.RLE_Nb[run]);
+    if (!std::isfinite(reference)) {
+      for (std::size_t i = pixel; i < end; ++i) {
+        flag(record_.ErrorMap[i],
+             is_moved(record_.Encode[i], record_.EncodeUC2[kBytesPerPixel * i], reference));
+      }
+    }
+    pixel = end;
+  }
 }
 
 /// Kept: the cursors move on at labelled pixels only, so with a mask the bytes compared behind the

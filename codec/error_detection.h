@@ -52,11 +52,11 @@ LabelTolerance find_tolerance(float reference);
 class ErrorFinder {
  public:
   /// The record has labels, codes and runs.
-  ErrorFinder(struct_read_write_depth& record, int label_count);
+  explicit ErrorFinder(struct_read_write_depth& record);
 
-  /// Whether rows can be looked at while the image is being decoded: with a mask, or with depths
-  /// that are no numbers, all of them are looked at behind its end.
-  bool takes_rows() const { return takes_rows_; }
+  /// Whether rows can be looked at while the image is being decoded: with a mask, all of them are
+  /// looked at behind its end.
+  bool takes_rows() const { return !has_mask_; }
 
   /// The next row of the read-back, grey.
   void take_row(const unsigned char* read);
@@ -74,11 +74,13 @@ class ErrorFinder {
   void take_run(int label, std::size_t first, std::size_t count, const unsigned char* read);
   void flag(bool& flag, bool is_error);
   const LabelTolerance& tolerance_of(int label);
+  void take_rows_left();
+  void look_at_strange_labels();
   void look_at_all();
 
   struct_read_write_depth& record_;
   bool has_mask_;
-  bool takes_rows_;
+  bool has_strange_labels_ = false;
   std::size_t pixel_ = 0;  ///< the next one
   int run_ = 0;
   std::size_t left_in_run_ = 0;

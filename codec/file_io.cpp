@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -158,11 +159,19 @@ void BufferedFile::write_line(int first, int second) {
 
 /// There is room for it.
 void BufferedFile::put_int(int number) {
+  if (number >= 0 && number < 10) {
+    buffer_[used_++] = static_cast<char>('0' + number);
+    return;
+  }
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_, number);
   used_ = static_cast<std::size_t>(end.ptr - buffer_);
 }
 
 void BufferedFile::write_fixed(float number) {
+  if (std::isnan(number)) {
+    write(std::signbit(number) ? "-nan" : "nan");
+    return;
+  }
   constexpr std::size_t kLongest = 64;
   make_room(kLongest);
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_,

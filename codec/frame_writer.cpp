@@ -223,7 +223,7 @@ bool find_errors(FrameWrite& frame) {
   const char* const name = frame.name_with(depth_io::kJpegEnding);
   const std::span<unsigned char> read_back(record.EncodeUC2,
                                            kBytesPerPixel * depth_io::pixel_count(record));
-  depth_io::ErrorFinder finder(record, frame.label_count);
+  depth_io::ErrorFinder finder(record);
   ReadBackRows rows{finder, record.width, record.height};
   depth_io::RowSink sink{};
   if (finder.takes_rows()) sink = {ReadBackRows::take, &rows};

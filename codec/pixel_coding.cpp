@@ -101,7 +101,8 @@ bool label_pixels(struct_read_write_depth& record, const float* depth_map, int& 
   const std::size_t pixels = pixel_count(record);
   LabelTable labels(record.LabelRefZ, static_cast<int>(pixels));
   for (std::size_t next = 0; next < pixels;) {
-    code_at_once(record, depth_map, labels, next, pixels);
+    // What is no number opens a label, and is mostly not alone.
+    if (!std::isnan(depth_map[next])) code_at_once(record, depth_map, labels, next, pixels);
     const std::size_t end = std::min(next + kCodedBlock, pixels);
     if (code_one_by_one(record, depth_map, labels, next, end)) continue;
     leave_uncoded(record, next);

@@ -188,7 +188,7 @@ namespace depth_io {
 const PixelKernels& portable_pixel_kernels() {
   using namespace portable;
   static constexpr PixelKernels kKernels{code_pixels, expand_codes,   expand_grey, run_length,
-                                         flag_moved,  rebuild_pixels, refill};
+                                         flag_moved,  rebuild_pixels, refill,      mark_motion};
   return kKernels;
 }
 
@@ -196,7 +196,7 @@ const PixelKernels& pixel_kernels() {
   using namespace avx2;
   static constexpr PixelKernels kKernels{code_pixels, shuffle_codes,      shuffle_grey,
                                          run_length,  flag_moved_at_once, rebuild_pixels,
-                                         refill};
+                                         refill,      mark_motion};
   static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
   return has_avx2 ? kKernels : portable_pixel_kernels();
 }

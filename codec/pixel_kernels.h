@@ -66,6 +66,14 @@ struct RowPixels {
   float* map_y;
 };
 
+/// Two depth maps and which of their pixels have depth.
+struct DepthChange {
+  const float* before;
+  const float* now;
+  const bool* had_depth;
+  const bool* has_depth;
+};
+
 struct PixelKernels {
   /// Gives labels and codes to pixels from the first on, -1 and 0 where `mask` is negative. Stops
   /// before a block of pixels of which one has no sure label, or a code that does not give the
@@ -94,6 +102,11 @@ struct PixelKernels {
   /// Fills an array, writing only where it is not filled so already: what is read need not be
   /// written back.
   void (*refill)(float* values, std::size_t count, float value);
+
+  /// Marks pixels that had and have depth, and whose depth changed by more than `contrast` of what
+  /// it is now, with 255.0 and all others with 0.0, writing only what differs. Returns the number
+  /// of pixels that moved.
+  int (*mark_motion)(const DepthChange& change, std::size_t count, float contrast, float* moving);
 };
 
 /// Pixels that are coded at once; a block is whole or left alone.

@@ -22,7 +22,8 @@ struct MotionInput {
 };
 
 /// Share (0..1) of all pixels whose depth changed by more than `contrast` relative to the current
-/// depth, counted where both frames have depth; each such pixel gets 255.0 in `moving`.
+/// depth, counted where both frames have depth; each such pixel gets 255.0 in `moving` and each
+/// other one 0.0.
 float measure_motion(const MotionInput& frames, float contrast, float* moving);
 
 /// Whether a frame may be written so many seconds after the last one: negative rates are no limit,

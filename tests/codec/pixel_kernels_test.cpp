@@ -214,6 +214,36 @@ TEST(PixelKernels, RebuildsDepthsAndMapsInTheOrderOfThePlainLoop) {
   }
 }
 
+TEST(PixelKernels, MarksWhatThePlainLoopFindsMoving) {
+  constexpr float kSpecial[] = {
+      0.0F, -0.0F, kNaN, 1.0F, 1.1F, 0.9F, 3e38F, 1e-40F, std::numeric_limits<float>::infinity()};
+  std::mt19937 random(13);
+  const auto any = [&] { return kSpecial[random() % std::size(kSpecial)]; };
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      std::vector<float> before(size), now(size), moving(size);
+      const std::unique_ptr<bool[]> had(new bool[size + 1]);
+      const std::unique_ptr<bool[]> has(new bool[size + 1]);
+      int expected_count = 0;
+      std::vector<float> expected(size);
+      for (std::size_t i = 0; i < size; ++i) {
+        before[i] = any();
+        now[i] = any();
+        moving[i] = any();
+        had[i] = random() % 3 != 0;
+        has[i] = random() % 3 != 0;
+        const bool moved = had[i] && has[i] && std::fabs((before[i] - now[i]) / now[i]) > 0.1F;
+        expected[i] = moved ? 255.0F : 0.0F;
+        expected_count += moved ? 1 : 0;
+      }
+      const int count = kernels->mark_motion({before.data(), now.data(), had.get(), has.get()},
+                                             size, 0.1F, moving.data());
+      EXPECT_EQ(count, expected_count);
+      EXPECT_EQ(bits(moving), bits(expected));
+    }
+  }
+}
+
 TEST(LabelTolerance, AgreesWithTheComparisonOfDepthsForEveryPairOfCodes) {
   for (const float reference :
        {0.0F, 0.001F, 0.0049F, 0.3F,   0.51F,  1.0F,   1.2345F, 1.25F,  2.718F, 3.999F, 4.0F, 5.0F,

@@ -101,7 +101,7 @@ TEST_P(ColourOfAnotherSize, LeavesTheImageAloneAndSaysNothing) {
   open(record(camera, 1));
   const Outcome<int> outcome = process(1);
   EXPECT_EQ(outcome.output, " - DEBUG ASUS - loop 1\n - DEBUG ASUS - loop 2\n" +
-                                frame_line(1, depth_pattern(640, 480, 1)[240 * 640 + 320]) +
+                                frame_line(1, middle_of_pattern(1)) +
                                 "DEBUG ASUS - nicameraclass::process 4\n" +
                                 resolution_line("depth", 480, 640));
   expect_colour_left_alone();
@@ -145,7 +145,7 @@ TEST_F(ColourConversion, DepthBeforeTheFirstColourLeavesTheImageAlone) {
   OniFrame frame = pattern_frame(OniCamera(), 1);
   frame.colour.clear();
   open(record(OniCamera(), {frame}));
-  EXPECT_EQ(process().output, frame_line(1, depth_pattern(640, 480, 1)[240 * 640 + 320]) +
+  EXPECT_EQ(process().output, frame_line(1, middle_of_pattern(1)) +
                                   resolution_line("depth", 480, 640) +
                                   resolution_line("image", 480, 640));
   expect_colour_left_alone();

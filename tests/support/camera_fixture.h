@@ -1,5 +1,8 @@
 #pragma once
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -34,6 +37,11 @@ inline std::vector<std::uint16_t> depth_pattern(unsigned width, unsigned height,
     depth[i] = static_cast<std::uint16_t>((i * 7919 + seed * 104729U) % limit);
   }
   return depth;
+}
+
+/// The reading in the middle of such a frame of 640 * 480.
+inline unsigned middle_of_pattern(unsigned seed) {
+  return depth_pattern(kWidth, kHeight, seed)[std::size_t{240} * 640 + 320];
 }
 
 /// Colour in which red, green, blue and neighbours differ.

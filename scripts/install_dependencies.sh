@@ -3,8 +3,9 @@
 # Usage: scripts/install_dependencies.sh [build|test|bench]   (default: test; each includes build)
 set -euo pipefail
 
-build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev libopenni-dev pkg-config)
-bench_packages=(libbenchmark-dev)
+build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev
+  libopenni-dev pkg-config)
+bench_packages=(libbenchmark-dev libzstd-dev)
 test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck)
 
 case "${1:-test}" in

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/failure.h"
 #include "tools/frame.h"
 
 namespace depth_io::tools {
@@ -19,11 +20,23 @@ class FrameSource {
   virtual std::optional<long> frame_count() const = 0;
   virtual bool has_colour() const = 0;
 
-  /// Fills `frame` with the next frame; false at the end. Throws `Failure` when it is damaged.
+  /// Fills `frame` with the next frame; false at the end. Throws `Failure` when it is damaged,
+  /// `SourceStalled` when none comes.
   virtual bool next(Frame& frame) = 0;
 
   /// Passes over so many frames.
   virtual void skip(long frames) = 0;
+
+  /// A live source sets the pace: a frame's time is when it comes.
+  virtual bool is_live() const { return false; }
+  /// Frames that a live source delivered so far while nobody took them.
+  virtual long frames_missed() const { return 0; }
+};
+
+/// A live source went silent.
+class SourceStalled : public Failure {
+ public:
+  explicit SourceStalled(const std::string& message) : Failure(message, kPartial) {}
 };
 
 /// A source whose frames can be asked for again, to compare a recording with them.

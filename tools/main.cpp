@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/camera_command.h"
 #include "tools/catalogue_command.h"
 #include "tools/dump_command.h"
 #include "tools/failure.h"
@@ -27,10 +28,14 @@ int run_program(int argc, char** argv) {
   program.footer(
       "Exit status: 0 good, 1 failed, 2 wrong arguments, 3 partly done.\n"
       "depthrw COMMAND --help tells about a command.");
-  const std::function<int()> commands[] = {
+  const std::vector<std::function<int()>> commands = {
       add_record_command(program),  add_play_command(program),      add_verify_command(program),
       add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
-      add_scripts_command(program), add_summaries_command(program)};
+      add_scripts_command(program), add_summaries_command(program),
+#ifdef DEPTHRW_HAS_OPENNI
+      add_camera_command(program),
+#endif
+  };
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

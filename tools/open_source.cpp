@@ -5,25 +5,59 @@
 #include "tools/looped_source.h"
 #include "tools/synthetic_source.h"
 
+#ifdef DEPTHRW_HAS_OPENNI
+#include "tools/camera_source.h"
+#endif
+
 namespace depth_io::tools {
 namespace {
 
 constexpr char kSynthetic[] = "synthetic";
 constexpr char kImages[] = "images:";
+constexpr char kCamera[] = "openni:";
+
+/// What follows `prefix` in a text; empty when the text does not begin with it.
+std::string behind(const char* prefix, const std::string& text) {
+  return text.starts_with(prefix) ? text.substr(std::char_traits<char>::length(prefix))
+                                  : std::string();
+}
+
+bool is_indexed(const std::string& text) {
+  return text == kSynthetic || !behind(kImages, text).empty();
+}
+
+[[noreturn]] void refuse(const std::string& text, const std::string& option, const char* help) {
+  throw UsageFailure(option + " must be " + help + ", not '" + text + "'");
+}
+
+std::unique_ptr<FrameSource> open_camera(const SourceChoice& choice,
+                                         [[maybe_unused]] LibraryLog& log) {
+#ifdef DEPTHRW_HAS_OPENNI
+  return std::make_unique<CameraSource>(behind(kCamera, choice.text), choice.stall_seconds, log);
+#else
+  throw Failure("'" + choice.text + "' cannot be opened: this program was built without OpenNI");
+#endif
+}
 
 }  // namespace
 
-void check_source_text(const std::string& text, const char* option) {
-  if (text == kSynthetic) return;
-  if (text.starts_with(kImages) && text.size() > sizeof kImages - 1) return;
-  throw UsageFailure(std::string(option) + " must be " + kSourceHelp + ", not '" + text + "'");
+bool is_camera(const std::string& text) { return !behind(kCamera, text).empty(); }
+
+void check_source_text(const std::string& text) {
+  if (!is_indexed(text) && !is_camera(text)) refuse(text, "--source", kSourceHelp);
 }
 
-std::unique_ptr<IndexedSource> open_source(const SourceChoice& choice) {
-  check_source_text(choice.text, "the source");
+std::unique_ptr<FrameSource> open_source(const SourceChoice& choice, LibraryLog& log) {
+  if (is_camera(choice.text)) return open_camera(choice, log);
+  check_source_text(choice.text);
+  return open_indexed_source(choice);
+}
+
+std::unique_ptr<IndexedSource> open_indexed_source(const SourceChoice& choice) {
+  if (!is_indexed(choice.text)) refuse(choice.text, "the source", kIndexedSourceHelp);
   if (choice.text == kSynthetic) return std::make_unique<SyntheticSource>(choice.seed);
-  auto images = std::make_unique<ImageSource>(choice.text.substr(sizeof kImages - 1), choice.scale,
-                                              choice.with_colour);
+  auto images =
+      std::make_unique<ImageSource>(behind(kImages, choice.text), choice.scale, choice.with_colour);
   if (!choice.loop) return images;
   return std::make_unique<LoopedSource>(std::move(images));
 }

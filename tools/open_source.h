@@ -6,26 +6,36 @@
 #include <string>
 
 #include "tools/frame_source.h"
+#include "tools/library_log.h"
 
 namespace depth_io::tools {
 
 /// How the user names a source of frames.
 struct SourceChoice {
-  std::string text = "synthetic";  ///< "synthetic", or "images:" and a directory
-  std::uint32_t seed = 1;          ///< of the synthetic scene
-  std::optional<double> scale;     ///< units per metre, instead of the file of an image directory
-  bool with_colour = true;         ///< false: colour images are not looked for
-  bool loop = false;               ///< begin again at the end
+  /// "synthetic", "images:" and a directory, or "openni:" and a configuration file
+  std::string text = "synthetic";
+  std::uint32_t seed = 1;       ///< of the synthetic scene
+  std::optional<double> scale;  ///< units per metre, instead of the file of an image directory
+  bool with_colour = true;      ///< false: colour images are not looked for
+  bool loop = false;            ///< begin again at the end
+  double stall_seconds = 5;     ///< a camera without a new frame for so long has stalled
 };
 
 /// Opens a source. Throws `UsageFailure` when the text names none, `Failure` when it cannot be
-/// opened.
-std::unique_ptr<IndexedSource> open_source(const SourceChoice& choice);
+/// opened. `log` takes what the library says of a camera.
+std::unique_ptr<FrameSource> open_source(const SourceChoice& choice, LibraryLog& log);
 
-/// Throws `UsageFailure` when the text names no source.
-void check_source_text(const std::string& text, const char* option);
+/// Opens a source that recordings can be compared with; a camera is none.
+std::unique_ptr<IndexedSource> open_indexed_source(const SourceChoice& choice);
+
+/// Whether the text names a camera.
+bool is_camera(const std::string& text);
+
+/// Throws `UsageFailure` when the text of the option --source names no source.
+void check_source_text(const std::string& text);
 
 /// What --help says about sources.
-inline constexpr char kSourceHelp[] = "synthetic or images:PATH";
+inline constexpr char kIndexedSourceHelp[] = "synthetic or images:PATH";
+inline constexpr char kSourceHelp[] = "synthetic, images:PATH or openni:CONFIG.xml";
 
 }  // namespace depth_io::tools

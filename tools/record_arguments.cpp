@@ -56,7 +56,13 @@ Trigger trigger_of(const RecordArguments& a) {
 }
 
 bool is_realtime(const RecordArguments& a) {
+  if (is_camera(a.source.text)) return true;
   return a.realtime || (trigger_of(a) == Trigger::kSignal && !a.no_realtime);
+}
+
+/// OpenNI cameras are of the ASUS class.
+int camera_type_of(const RecordArguments& a) {
+  return a.camera_type.value_or(is_camera(a.source.text) ? 1 : 0);
 }
 
 double before_seconds(const RecordArguments& a) {
@@ -81,9 +87,21 @@ void check_source(const RecordArguments& a) {
           "--start must be a time such as 2013-04-09T14:05:07.042");
 }
 
+void check_camera(const RecordArguments& a) {
+  if (!is_camera(a.source.text)) {
+    require(!a.stall_seconds, "--stall belongs to a camera");
+    return;
+  }
+  require(!a.stall_seconds || (*a.stall_seconds > 0 && *a.stall_seconds <= kMostSeconds),
+          "--stall must be a number of seconds above 0");
+  require(!a.source.loop, "--loop belongs to images; a configuration repeats a recording itself");
+  require(!a.source.scale, "--scale belongs to images: a camera delivers millimetres");
+  require(!a.realtime && !a.no_realtime, "a camera sets the pace: leave --realtime out");
+}
+
 void check_layout(const RecordArguments& a) {
   const Layout layout = layout_of(a);
-  require(a.camera_type == 0 || a.camera_type == 1,
+  require(camera_type_of(a) == 0 || camera_type_of(a) == 1,
           "--camera-type must be 0 (Kinect class) or 1 (ASUS class)");
   require(!a.per_directory || layout == Layout::kNumbered,
           "--per-directory belongs to --layout numbered");
@@ -166,7 +184,8 @@ void check_arguments(const RecordArguments& a) {
   check_history(a);
   require(parse_size(a.min_free).has_value(), "--min-free must be a size such as 500M or 1G");
   require(!a.json || !a.acknowledge, "--json and --acknowledge exclude each other");
-  check_source_text(a.source.text, "--source");
+  check_source_text(a.source.text);
+  check_camera(a);
 }
 
 std::string checked_directory(const RecordArguments& a) {
@@ -197,7 +216,8 @@ RecordingInfo describe(const RecordArguments& a, const FrameSource& source) {
   if (info.layout == Layout::kNumbered) {
     info.per_directory = a.per_directory.value_or(kUsualPerDirectory);
   }
-  info.camera_type = a.camera_type;
+  info.camera_type = camera_type_of(a);
+  info.live = source.is_live();
   info.colour = source.has_colour() && !a.no_colour;
   info.max_depth = a.max_depth;
   if (a.max_fps && *a.max_fps > 0) info.max_fps = a.max_fps;
@@ -217,7 +237,7 @@ RecordingInfo describe(const RecordArguments& a, const FrameSource& source) {
 
 bool goes_on_forever(const RecordArguments& a, const FrameSource& source) {
   const bool has_end = a.frames || a.duration || source.frame_count();
-  return !has_end && (trigger_of(a) == Trigger::kSignal || a.source.loop);
+  return !has_end && (source.is_live() || trigger_of(a) == Trigger::kSignal || a.source.loop);
 }
 
 long frames_to_offer(const RecordArguments& a, const FrameSource& source,
@@ -227,7 +247,8 @@ long frames_to_offer(const RecordArguments& a, const FrameSource& source,
   require(most >= 1, "the recording would go on after the year 9999");
   double wanted = most;
   if (a.frames) wanted = static_cast<double>(*a.frames);
-  if (a.duration) wanted = std::round(*a.duration * a.fps);
+  // A camera's frames come when they come: its recording looks at the clock.
+  if (a.duration) wanted = source.is_live() ? most : std::round(*a.duration * a.fps);
   require(wanted >= 1, "--duration is shorter than a frame");
   require(wanted <= static_cast<double>(most_frames(info.layout)),
           format_text("--duration covers more than %ld frames", most_frames(info.layout)));

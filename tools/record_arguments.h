@@ -18,7 +18,8 @@ struct RecordArguments {
   double fps = 30;
   std::string layout = "tree";
   std::optional<int> per_directory;
-  int camera_type = 0;
+  std::optional<int> camera_type;
+  std::optional<double> stall_seconds;
   std::optional<int> history;
   std::optional<double> history_seconds;
   std::optional<std::string> name_by;

@@ -11,14 +11,15 @@ namespace {
 
 void add_source_options(CLI::App& command, RecordArguments& a) {
   command
-      .add_option("--source", a.source.text,
-                  "Where frames come from: synthetic, or images:PATH for PATH/depth/*.png "
-                  "(16-bit grey) with PATH/rgb/*.{png,jpg}")
+      .add_option(
+          "--source", a.source.text,
+          "Where frames come from: synthetic, images:PATH for PATH/depth/*.png (16-bit grey) "
+          "with PATH/rgb/*.{png,jpg}, or openni:CONFIG.xml for a camera")
       ->capture_default_str();
   CLI::Option* const frames = command.add_option(
       "--frames", a.frames,
-      "Number of frames (default: all of the images; 150 synthetic ones, or, with --trigger "
-      "signal, until it is ended)");
+      "Number of frames (default: all of the images; 150 synthetic ones; until it is ended from a "
+      "camera, or with --trigger signal)");
   command.add_option("--duration", a.duration, "Length in seconds instead of --frames")
       ->excludes(frames);
   command.add_flag("--loop", a.source.loop,
@@ -30,6 +31,9 @@ void add_source_options(CLI::App& command, RecordArguments& a) {
       "signal)");
   command.add_flag("--no-realtime", a.no_realtime, "Go fast, also with --trigger signal")
       ->excludes(realtime);
+  command.add_option("--stall", a.stall_seconds,
+                     "End with status 3 when the camera delivers no new frame for so many seconds "
+                     "(default: 5)");
   command.add_option("--start", a.start,
                      "Time of the first frame, such as 2013-04-09T14:05:07.042 (default: now)");
   command.add_option("--max-depth", a.max_depth, "Metres; deeper readings are left out")
@@ -55,10 +59,9 @@ void add_layout_options(CLI::App& command, RecordArguments& a) {
                   "Name the frames of a flat directory by number (default) or time")
       ->check(CLI::IsMember({"number", "time"}));
   command.add_flag("--append", a.append, "Go on in a tree that was recorded into before");
-  command
-      .add_option("--camera-type", a.camera_type,
-                  "Camera whose intrinsics are written: 0 Kinect class, 1 ASUS class")
-      ->capture_default_str();
+  command.add_option("--camera-type", a.camera_type,
+                     "Camera whose intrinsics are written: 0 Kinect class (default), 1 ASUS class "
+                     "(default with openni:)");
 }
 
 void add_trigger_options(CLI::App& command, RecordArguments& a) {

@@ -31,15 +31,15 @@ constexpr std::size_t kMostSignalTimes = 1000;
 class RecordRun {
  public:
   RecordRun(const RecordArguments& arguments, std::string directory, FrameSource& source,
-            const RecordingInfo& info, long frame_count)
+            const RecordingInfo& info, long frame_count, LibraryLog& log)
       : arguments_(arguments),
         directory_(std::move(directory)),
         source_(source),
         frame_count_(frame_count),
         info_(info),
         floor_(directory_, free_bytes_wanted(arguments)),
-        log_(arguments.verbose),
-        progress_(goes_on_forever(arguments, source) ? 0 : frame_count, !arguments.verbose),
+        log_(log),
+        progress_(is_length_known() ? frame_count : 0, !arguments.verbose),
         recorder_({directory_, info_, arguments.verify_writes}, info_, log_,
                   [this](const std::string& name) { acknowledge(name); }) {}
 
@@ -61,12 +61,17 @@ class RecordRun {
     progress_.hide();
     print_record_summary({directory_, info_, recorder_.bytes(), seconds}, arguments_.json,
                          arguments_.acknowledge);
-    if (disk_is_full_) return kPartial;
+    if (disk_is_full_ || has_stalled_) return kPartial;
     if (good && described) return kGood;
     return info_.frames_recorded > 0 ? kPartial : kFailed;
   }
 
  private:
+  bool is_length_known() const {
+    if (goes_on_forever(arguments_, source_)) return false;
+    return !info_.live || arguments_.frames;
+  }
+
   /// False when a frame failed or the disk is full: nothing is recorded after it.
   bool record_frames(double begin) {
     begin_ = begin;
@@ -74,17 +79,7 @@ class RecordRun {
     clock_.emplace(local_time_now(), begin);
     info_.end = "the source ended";
     try {
-      Frame frame;
-      for (long index = 0; index < frame_count_ && !interrupted(); ++index) {
-        if (info_.realtime) index = wait_for_frame(index);
-        if (interrupted()) break;
-        notice_signal();
-        if (!has_room() || !source_.next(frame)) break;
-        offer(frame, index);
-        if (!info_.realtime) save_backlog();
-        progress_.update(index + 1, recorder_.bytes().sum());
-        describe_now_and_then();
-      }
+      take_frames();
       notice_signal();
       save_backlog();
     } catch (const Failure& failure) {
@@ -96,7 +91,41 @@ class RecordRun {
       return false;
     }
     if (interrupted() && !disk_is_full_) info_.end = "interrupted";
-    return !disk_is_full_;
+    return !disk_is_full_ && !has_stalled_;
+  }
+
+  void take_frames() {
+    Frame frame;
+    try {
+      for (long index = 0; index < frame_count_ && !interrupted(); ++index) {
+        if (info_.realtime && !info_.live) index = wait_for_frame(index);
+        if (interrupted()) break;
+        notice_signal();
+        if (!has_room() || !source_.next(frame)) break;
+        info_.frames_missed = source_.frames_missed();
+        const double seconds = info_.live ? time_of_arrival() : time_of(index);
+        if (info_.live && arguments_.duration && seconds >= *arguments_.duration) break;
+        offer(frame, {index, moment_after(info_.start, seconds)});
+        save_backlog_between_frames();
+        progress_.update(index + 1, recorder_.bytes().sum());
+        describe_now_and_then();
+      }
+    } catch (const SourceStalled& stalled) {
+      has_stalled_ = true;
+      info_.end = "the camera stalled";
+      progress_.hide();
+      write_message("%s; the recording ends", stalled.what());
+    }
+  }
+
+  /// Seconds since the first frame that a live source delivered. Stamps count milliseconds, and no
+  /// two frames may have the same.
+  double time_of_arrival() {
+    const double now = monotonic_seconds();
+    if (last_arrival_ms_ < 0) begin_ = now;
+    watch_clock(now);
+    last_arrival_ms_ = std::max(std::lround((now - begin_) * 1e3), last_arrival_ms_ + 1);
+    return static_cast<double>(last_arrival_ms_) / 1e3;
   }
 
   /// Waits for a frame's time and writes what is still to be written meanwhile. Returns the frame
@@ -162,12 +191,11 @@ class RecordRun {
     return false;
   }
 
-  void offer(Frame& frame, long index) {
+  void offer(Frame& frame, const Shot& shot) {
     if (!info_.colour) frame.has_colour = false;
     info_.readings_cut +=
         remove_unusable_readings(frame.depth, static_cast<float>(info_.max_depth));
     ++info_.frames_offered;
-    const Shot shot{index, moment_after(info_.start, time_of(index))};
     if (is_recorded_already(shot.moment)) {
       ++info_.skipped.already_recorded;
       return;
@@ -178,6 +206,17 @@ class RecordRun {
   bool is_recorded_already(const Moment& moment) const {
     return last_of_earlier_runs_ && seconds_between(*last_of_earlier_runs_, moment) <= 0 &&
            tree_has_frame(directory_, moment);
+  }
+
+  /// A source that sets a pace must not be kept waiting; where it waits for us, all is written.
+  void save_backlog_between_frames() {
+    if (!info_.realtime) save_backlog();
+    if (!info_.live) return;
+    constexpr double kShareOfFrameTime = 0.5;
+    const double deadline = monotonic_seconds() + kShareOfFrameTime / info_.fps;
+    while (recorder_.has_backlog() && monotonic_seconds() < deadline && has_room()) {
+      recorder_.save_next();
+    }
   }
 
   void save_backlog() {
@@ -216,15 +255,17 @@ class RecordRun {
   long frame_count_;
   RecordingInfo info_;
   FreeSpaceFloor floor_;
-  LibraryLog log_;
+  LibraryLog& log_;
   ProgressBar progress_;
   Recorder recorder_;
   std::optional<ClockWatch> clock_;
   std::optional<Moment> last_of_earlier_runs_;
   double begin_ = 0;
   double last_description_ = 0;
+  long last_arrival_ms_ = -1;  ///< of a live source's frame, after `begin_`
   bool signal_waits_ = false;
   bool disk_is_full_ = false;
+  bool has_stalled_ = false;
 };
 
 }  // namespace
@@ -233,14 +274,16 @@ int record(RecordArguments arguments) {
   check_arguments(arguments);
   const std::string directory = checked_directory(arguments);
   arguments.source.with_colour = !arguments.no_colour;
-  const std::unique_ptr<FrameSource> source = open_source(arguments.source);
+  if (arguments.stall_seconds) arguments.source.stall_seconds = *arguments.stall_seconds;
+  LibraryLog log(arguments.verbose);
+  const std::unique_ptr<FrameSource> source = open_source(arguments.source, log);
   const RecordingInfo info = describe(arguments, *source);
   const long frame_count = frames_to_offer(arguments, *source, info);
 
   make_directories(directory);
   const DirectoryLock lock(directory);
   const bool is_new = check_contents(directory, arguments.append);
-  RecordRun run(arguments, directory, *source, info, frame_count);
+  RecordRun run(arguments, directory, *source, info, frame_count, log);
   if (!is_new) {
     if (const auto last = last_moment_of_tree(directory)) run.go_on_after(*last);
     put_recording_info_aside(directory);

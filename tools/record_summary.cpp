@@ -51,6 +51,7 @@ std::string summary_text(const RecordSummary& summary) {
               {skipped.already_recorded, "recorded already"}});
   add_counts(text, "failed", {{info.frames_failed, "frame"}});
   add_counts(text, "dropped", {{info.frames_dropped, "(the recorder was late)"}});
+  add_counts(text, "missed", {{info.frames_missed, "(the camera was faster than the recorder)"}});
   add_counts(text, "clock", {{info.clock_steps.count, "steps"}});
   if (info.colour) add_kind(text, "colour", bytes.colour, frames);
   add_kind(text, "codes", bytes.codes, frames);

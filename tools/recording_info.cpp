@@ -85,6 +85,7 @@ ordered_json frames_json(const RecordingInfo& info) {
   frames["recorded"] = info.frames_recorded;
   frames["failed"] = info.frames_failed;
   frames["dropped"] = info.frames_dropped;
+  frames["missed"] = info.frames_missed;
   frames["kept"] = {{"motion", info.kept.motion},
                     {"period", info.kept.period},
                     {"request", info.kept.request},
@@ -100,6 +101,7 @@ void parse_frames(const json& frames, RecordingInfo& info) {
   info.frames_recorded = whole_number(frames, "recorded", 0, kMost);
   info.frames_failed = whole_number(frames, "failed", 0, kMost);
   info.frames_dropped = count_or_zero(frames, "dropped");
+  info.frames_missed = count_or_zero(frames, "missed");
   const json kept = group_or_none(frames, "kept");
   info.kept = {count_or_zero(kept, "motion"), count_or_zero(kept, "period"),
                count_or_zero(kept, "request"), count_or_zero(kept, "history")};
@@ -130,6 +132,7 @@ void parse_how(const json& root, RecordingInfo& info) {
   info.before_seconds = number_or_none(root, "before_seconds").value_or(0);
   info.after_seconds = number_or_none(root, "after_seconds").value_or(0);
   info.realtime = root.value("realtime", false);
+  info.live = root.value("live", false);
 }
 
 RecordingInfo parse(const json& root) {
@@ -193,6 +196,7 @@ std::string recording_text(const RecordingInfo& info) {
   root["fps"] = info.fps;
   root["start"] = stamp_text(info.start);
   root["realtime"] = info.realtime;
+  root["live"] = info.live;
   root["camera"] = camera_json(info.camera_type);
   root["colour"] = info.colour;
   root["max_depth"] = info.max_depth;

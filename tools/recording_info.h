@@ -64,6 +64,7 @@ struct RecordingInfo {
   double before_seconds = 0;  ///< saved out of memory at a signal
   double after_seconds = 0;   ///< recorded after a signal
   bool realtime = false;      ///< at the pace of the clock
+  bool live = false;          ///< frames have the times at which a camera delivered them
 
   bool complete = false;     ///< the recording came to its end
   std::string end;           ///< why it ended
@@ -71,6 +72,7 @@ struct RecordingInfo {
   long frames_recorded = 0;  ///< and acknowledged
   long frames_failed = 0;
   long frames_dropped = 0;  ///< never looked at, the recorder being late
+  long frames_missed = 0;   ///< that a camera delivered, and the recorder did not take
   KeptFrames kept;
   SkippedFrames skipped;
   ClockSteps clock_steps;

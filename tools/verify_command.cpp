@@ -29,6 +29,7 @@ struct VerifyArguments {
   std::optional<std::uint32_t> seed;
   std::optional<double> scale;
   std::optional<double> max_depth;
+  bool in_order = false;
   TimeRangeArguments range;
   bool json = false;
   bool verbose = false;
@@ -78,11 +79,21 @@ class VerifyRun {
     if (arguments_.seed) choice.seed = *arguments_.seed;
     if (arguments_.scale) choice.scale = arguments_.scale;
     if (arguments_.max_depth) max_depth_ = *arguments_.max_depth;
-    source_ = open_source(choice);
-    if (recording_.frames().back().moment && recording_.runs().empty()) {
+    source_ = open_indexed_source(choice);
+    if (!arguments_.in_order) check_times_tell_frames();
+  }
+
+  void check_times_tell_frames() const {
+    if (!recording_.frames().back().moment) return;
+    if (recording_.runs().empty()) {
       throw Failure(
           "frames named by time cannot be compared without 'recording.json', which tells "
-          "when the source began");
+          "when the source began; --in-order compares one after the other");
+    }
+    if (recording_.runs().back().live) {
+      throw Failure(
+          "a camera's frames came when they came, and their times do not tell which they are; "
+          "--in-order compares one after the other");
     }
   }
 
@@ -120,7 +131,8 @@ class VerifyRun {
 
   /// Compares the frame that was read with its source.
   std::string compare(const RecordedFrame& recorded) {
-    const std::optional<long> index = recording_.source_index(recorded);
+    const std::optional<long> index =
+        arguments_.in_order ? good_ + bad_ : recording_.source_index(recorded);
     if (!index) return "fits no frame of the source by its time";
     try {
       source_->load(*index, source_frame_);
@@ -264,7 +276,9 @@ class VerifyRun {
 };
 
 int verify(const VerifyArguments& arguments) {
-  if (!arguments.against.empty()) check_source_text(arguments.against, "--against");
+  if (arguments.in_order && arguments.against.empty()) {
+    throw UsageFailure("--in-order belongs to --against");
+  }
   if (arguments.scale && !(std::isfinite(*arguments.scale) && *arguments.scale > 0)) {
     throw UsageFailure("--scale must be a number of units per metre above 0");
   }
@@ -285,6 +299,9 @@ std::function<int()> add_verify_command(CLI::App& program) {
   add_time_range_options(command, a.range);
   command.add_option("--against", a.against,
                      "Compare each pixel with the source, too: synthetic or images:PATH");
+  command.add_flag("--in-order", a.in_order,
+                   "Compare the first frame with the source's first one and so on, whatever their "
+                   "times");
   command.add_option("--seed", a.seed, "Of the synthetic source (default: as recorded)");
   command.add_option("--scale", a.scale,
                      "Units per metre of depth images (default: as recorded, or in PATH/scale)");

@@ -18,7 +18,7 @@ check() {
 check codec 'codec/'
 check catalogue 'codec/|catalogue/'
 check engine 'codec/|catalogue/|engine/'
-check camera 'camera/|codec/console\.h'
+check camera 'camera/|codec/(console|export)\.h'
 
 # The program sees only what is installed.
 public=$(sed -nE '/(set\(|APPEND )public_headers/,/\)/p' CMakeLists.txt | grep -oE '[a-z]+/[a-z0-9_]+\.h' | sort -u)

@@ -186,10 +186,12 @@ TEST(ImageSource, ADamagedColourImageIsTold) {
 }
 
 TEST(OpenSource, TextsThatNameNoSourceAreUsageErrors) {
-  for (const char* text : {"", "images", "images:", "camera", "Synthetic", "synthetic:1"}) {
+  for (const char* text :
+       {"", "images", "images:", "camera", "Synthetic", "synthetic:1", "openni", "openni:"}) {
     SourceChoice choice;
     choice.text = text;
-    EXPECT_THROW(open_source(choice), UsageFailure) << text;
+    LibraryLog log(false);
+    EXPECT_THROW(open_source(choice, log), UsageFailure) << text;
   }
 }
 

@@ -1,0 +1,9 @@
+#pragma once
+
+/// Each adds its rows to the table; what they show is measured when the first of them runs.
+namespace depth_io::bench {
+
+/// Our codec, the bare JPEG calls and other codecs on real and synthetic frames.
+void register_frame_cases();
+
+}  // namespace depth_io::bench

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace depth_io::bench {
+
+/// Something that is done to a frame and measured.
+struct Operation {
+  std::string name;
+  std::function<void()> run;
+  std::function<void()> prepare = [] {};  ///< before each run, not measured
+  int every_nth_round = 1;                ///< slow operations need not take part in all
+};
+
+/// Processor seconds of each operation on each frame: the median of its rounds.
+class Measurements {
+ public:
+  using Names = std::vector<std::string>;
+
+  void add(const std::string& operation, double seconds) { seconds_[operation].push_back(seconds); }
+
+  /// Median over the frames.
+  double seconds(const std::string& operation) const;
+
+  /// Median over the frames of how many times the denominators' sum the numerators' sum is.
+  double ratio(const Names& numerators, const Names& denominators) const;
+
+ private:
+  std::vector<double> sums(const Names& operations) const;
+
+  std::map<std::string, std::vector<double>> seconds_;
+};
+
+/// Operations that are done in turn.
+using Group = std::vector<Operation>;
+
+/// Goes through the frames; on each, group after group, does the operations of a group in turn,
+/// round after round, so that what disturbs the machine disturbs all of them alike. `start_frame`
+/// is called before a frame's first round.
+Measurements measure_interleaved(const std::vector<Group>& groups, std::size_t frames, int rounds,
+                                 const std::function<void(std::size_t)>& start_frame);
+
+}  // namespace depth_io::bench

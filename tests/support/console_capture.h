@@ -84,6 +84,29 @@ ConsoleTrace capture_console(Code&& code) {
   return capture.stop();
 }
 
+/// Runs `code` with the console captured and gives its result.
+template <typename Code>
+auto quietly(Code&& code) {
+  ConsoleCapture capture;
+  return code();
+}
+
+/// The console's text and keys, and the result of the code that caused them.
+template <typename Result>
+struct Outcome {
+  Result result{};
+  std::string output;
+  int keys = 0;
+};
+
+template <typename Code>
+auto observe(Code&& code) {
+  ConsoleCapture capture;
+  auto result = code();
+  ConsoleTrace trace = capture.stop();
+  return Outcome<decltype(result)>{result, std::move(trace.output), trace.keys};
+}
+
 /// A writable copy of a text, for parameters of type `char*`.
 class Text {
  public:

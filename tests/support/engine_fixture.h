@@ -52,29 +52,6 @@ inline DepthMap scene_depth(int step) {
   return map;
 }
 
-/// Runs `code` with the console captured and gives its result.
-template <typename Code>
-auto quietly(Code&& code) {
-  ConsoleCapture capture;
-  return code();
-}
-
-/// The console's text and keys, and the result of the code that caused them.
-template <typename Result>
-struct Outcome {
-  Result result{};
-  std::string output;
-  int keys = 0;
-};
-
-template <typename Code>
-auto observe(Code&& code) {
-  ConsoleCapture capture;
-  auto result = code();
-  ConsoleTrace trace = capture.stop();
-  return Outcome<decltype(result)>{result, std::move(trace.output), trace.keys};
-}
-
 /// 2013-04-09 14:05:07.042, whose seconds since 1970 are 1365516307.
 inline constexpr Moment kMoment{2013, 4, 9, 14, 5, 7, 42};
 inline constexpr char kMomentStamp[] = "2013-04-09T14-05-07.042000";

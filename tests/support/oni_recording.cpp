@@ -2,9 +2,12 @@
 
 #include <XnPropNames.h>
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "tests/support/temp_directory.h"
 
 namespace depth_io::test {
 
@@ -63,9 +66,20 @@ XnUInt32 size_in_bytes(const std::vector<Value>& values) {
   return static_cast<XnUInt32>(values.size() * sizeof(Value));
 }
 
+std::uint32_t word_at(const std::string& bytes, std::size_t offset) {
+  std::uint32_t word = 0;
+  bytes.copy(reinterpret_cast<char*>(&word), sizeof word, offset);
+  return word;
+}
+
+void set_word(std::string& bytes, std::size_t offset, std::uint32_t word) {
+  bytes.replace(offset, sizeof word, reinterpret_cast<const char*>(&word), sizeof word);
+}
+
 }  // namespace
 
-OniRecording::OniRecording(const std::string& path, const OniCamera& camera) : camera_(camera) {
+OniRecording::OniRecording(const std::string& path, const OniCamera& camera)
+    : path_(path), camera_(camera) {
   require(context_.Init(), "OpenNI");
   require(recorder_.Create(context_), "recorder");
   require(recorder_.SetDestination(XN_RECORD_MEDIUM_FILE, path.c_str()), path.c_str());
@@ -73,7 +87,14 @@ OniRecording::OniRecording(const std::string& path, const OniCamera& camera) : c
   if (camera_.has_colour) open_colour();
 }
 
-OniRecording::~OniRecording() {
+OniRecording::~OniRecording() { release(); }
+
+void OniRecording::close() {
+  release();
+  number_frames();
+}
+
+void OniRecording::release() {
   recorder_.Release();
   depth_.Release();
   colour_.Release();
@@ -86,7 +107,7 @@ void OniRecording::open_depth() {
   set_number(depth_, XN_PROP_DEVICE_MAX_DEPTH, camera_.largest_depth);
   set_value(depth_, XN_PROP_FIELD_OF_VIEW, XnFieldOfView{1.0144686707507438, 0.78980943449644714});
   start(depth_);
-  add_node(depth_);
+  add_node(depth_, depth_ids_);
 }
 
 void OniRecording::open_colour() {
@@ -96,13 +117,14 @@ void OniRecording::open_colour() {
   set_value(colour_, XN_PROP_SUPPORTED_PIXEL_FORMATS, only(camera_.pixel_format));
   set_number(colour_, XN_PROP_PIXEL_FORMAT, camera_.pixel_format);
   start(colour_);
-  add_node(colour_);
+  add_node(colour_, colour_ids_);
 }
 
 /// The codec is named, because the one that OpenNI takes by itself loses colour by JPEG, and depth
 /// at the end of its range.
-void OniRecording::add_node(xn::ProductionNode& node) {
+void OniRecording::add_node(xn::ProductionNode& node, std::vector<unsigned>& ids) {
   require(recorder_.AddNodeToRecording(node, XN_CODEC_UNCOMPRESSED), "node of the recording");
+  node_ids_.push_back(&ids);
 }
 
 /// Colour is the earlier one: a frame that is played back waits for depth, and takes the colour
@@ -112,19 +134,47 @@ void OniRecording::add(const OniFrame& frame) {
     require(colour_.SetData(frame.id, frame.microseconds, size_in_bytes(frame.colour),
                             frame.colour.data()),
             "colour");
+    colour_ids_.push_back(frame.id);
   }
   if (camera_.has_depth && !frame.depth.empty()) {
     require(depth_.SetData(frame.id, frame.microseconds + 1, size_in_bytes(frame.depth),
                            frame.depth.data()),
             "depth");
+    depth_ids_.push_back(frame.id);
   }
   require(recorder_.Record(), "frame of the recording");
+}
+
+/// The recorder counts frames by itself, so numbers that a camera skipped or gave twice have to be
+/// put into its file: records of "NIR\0", type, node, size of the fields with this header, size of
+/// the payload, 8 bytes, then the fields; of a frame they are its time and its number.
+void OniRecording::number_frames() {
+  constexpr std::size_t kFileHeader = 24;
+  constexpr std::uint32_t kFrameRecord = 10;
+  constexpr std::size_t kTypeOffset = 4;
+  constexpr std::size_t kNodeOffset = 8;
+  constexpr std::size_t kFieldsSizeOffset = 12;
+  constexpr std::size_t kPayloadSizeOffset = 16;
+  constexpr std::size_t kNumberOffset = 36;
+  std::string bytes = read_file(path_);
+  std::vector<std::size_t> frames_seen(node_ids_.size());
+  std::size_t at = kFileHeader;
+  while (at + kNumberOffset + sizeof(std::uint32_t) <= bytes.size()) {
+    const std::size_t node = word_at(bytes, at + kNodeOffset) - 1;
+    if (word_at(bytes, at + kTypeOffset) == kFrameRecord) {
+      const unsigned id = node_ids_.at(node)->at(frames_seen.at(node)++);
+      if (id != 0) set_word(bytes, at + kNumberOffset, id);
+    }
+    at += word_at(bytes, at + kFieldsSizeOffset) + word_at(bytes, at + kPayloadSizeOffset);
+  }
+  write_file(path_, bytes);
 }
 
 void write_oni(const std::string& path, const OniCamera& camera,
                const std::vector<OniFrame>& frames) {
   OniRecording recording(path, camera);
   for (const OniFrame& frame : frames) recording.add(frame);
+  recording.close();
 }
 
 std::string oni_configuration(const std::string& oni_path, bool repeat) {

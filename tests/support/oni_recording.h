@@ -16,7 +16,7 @@ struct OniCamera {
   unsigned depth_height = 480;
   unsigned colour_width = 640;
   unsigned colour_height = 480;
-  unsigned largest_depth = 10000;  ///< millimetres; OpenNI gives larger readings as none
+  unsigned largest_depth = 10000;  ///< millimetres
   unsigned frames_per_second = 30;
   XnPixelFormat pixel_format = XN_PIXEL_FORMAT_RGB24;
 };
@@ -25,8 +25,9 @@ struct OniCamera {
 struct OniFrame {
   std::vector<std::uint16_t> depth;  ///< [depth_height*depth_width] millimetres, row-major
   std::vector<std::uint8_t> colour;  ///< [colour_height*colour_width*3] R, G, B, row-major
-  unsigned id = 0;                   ///< the camera's number of the frame
-  std::uint64_t microseconds = 0;    ///< since the camera's start; must grow
+  unsigned id = 0;  ///< the camera's number of the frame, at most the recording's count of them;
+                    ///< 0: the frame's place in the recording, from 1
+  std::uint64_t microseconds = 0;  ///< since the camera's start; must grow
 };
 
 /// A recording in OpenNI's `.oni` format: plays back like the camera that it was taken from, value
@@ -34,24 +35,32 @@ struct OniFrame {
 class OniRecording {
  public:
   OniRecording(const std::string& path, const OniCamera& camera);
-  /// The file is whole from here on.
   ~OniRecording();
   OniRecording(const OniRecording&) = delete;
   OniRecording& operator=(const OniRecording&) = delete;
 
-  /// Vectors that are neither empty nor of the camera's sizes are taken as they are.
+  /// OpenNI leaves out a vector that is shorter than the camera's size, and takes a longer one.
   void add(const OniFrame& frame);
+
+  /// Ends the recording: the file is whole from here on.
+  void close();
 
  private:
   void open_depth();
   void open_colour();
-  void add_node(xn::ProductionNode& node);
+  void add_node(xn::ProductionNode& node, std::vector<unsigned>& ids);
+  void release();
+  void number_frames();
 
+  std::string path_;
   OniCamera camera_;
   xn::Context context_;
   xn::Recorder recorder_;
   xn::MockDepthGenerator depth_;
   xn::MockImageGenerator colour_;
+  std::vector<unsigned> depth_ids_;
+  std::vector<unsigned> colour_ids_;
+  std::vector<std::vector<unsigned>*> node_ids_;  ///< by OpenNI's number of the node
 };
 
 /// A recording of these frames.

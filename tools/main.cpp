@@ -8,6 +8,7 @@
 
 #include "tools/catalogue_command.h"
 #include "tools/dump_command.h"
+#include "tools/export/export_command.h"
 #include "tools/failure.h"
 #include "tools/info_command.h"
 #include "tools/interruption.h"
@@ -30,7 +31,7 @@ int run_program(int argc, char** argv) {
   const std::function<int()> commands[] = {
       add_record_command(program),  add_play_command(program),      add_verify_command(program),
       add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
-      add_scripts_command(program), add_summaries_command(program)};
+      add_scripts_command(program), add_summaries_command(program), add_export_command(program)};
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -13,6 +13,7 @@ namespace depth_io::tools {
 namespace {
 
 std::optional<long> index_in_run(const RecordingInfo& run, const Moment& moment) {
+  if (run.source_times) return {};  // the source knows
   const double place = seconds_between(run.start, moment) * run.fps;
   if (!(place > -0.5 && place < 1e10)) return {};
   const long index = std::lround(place);

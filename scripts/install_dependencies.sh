@@ -6,7 +6,7 @@ set -euo pipefail
 build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev
   libopenni-dev pkg-config)
 bench_packages=(libbenchmark-dev libzstd-dev)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind)
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind ffmpeg python3-open3d)
 
 case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;

@@ -25,6 +25,12 @@ std::optional<long> index_in_run(const RecordingInfo& run, const Moment& moment)
 }  // namespace
 
 Recording::Recording(std::string directory, LibraryLog& log, const TimeRange& range)
+    : Recording(std::move(directory), &log, range) {}
+
+Recording::Recording(std::string directory, const TimeRange& range)
+    : Recording(std::move(directory), nullptr, range) {}
+
+Recording::Recording(std::string directory, LibraryLog* log, const TimeRange& range)
     : directory_(std::move(directory)), log_(log) {
   std::error_code error;
   if (!std::filesystem::is_directory(directory_, error)) {
@@ -49,7 +55,6 @@ Recording::Recording(std::string directory, LibraryLog& log, const TimeRange& ra
       std::any_of(frames_.begin(), frames_.end(),
                   [](const RecordedFrame& frame) { return frame.has_colour; }) ||
       std::any_of(runs_.begin(), runs_.end(), [](const RecordingInfo& run) { return run.colour; });
-  engine_ = std::make_unique<KV_RGBD_CameraCompression>();
 }
 
 Recording::~Recording() = default;
@@ -109,7 +114,8 @@ std::optional<long> Recording::source_index(const RecordedFrame& frame) const {
 }
 
 std::string Recording::read(const RecordedFrame& recorded, Frame& frame) {
-  log_.start_operation();
+  if (log_ != nullptr) log_->start_operation();
+  if (engine_ == nullptr) engine_ = std::make_unique<KV_RGBD_CameraCompression>();
   std::string directory = directory_ + "/" + recorded.folder;
   std::string depth_stem = kDepthStem;
   std::string colour_stem = kColourStem;

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <mutex>
 #include <new>
 #include <thread>
-#include <vector>
+#include <utility>
 
 #include "codec/console.h"
 #include "codec/frame_names.h"
@@ -21,14 +20,9 @@ using tools::kFrameHeight;
 using tools::kFramePixels;
 using tools::kFrameWidth;
 
-struct WorkingRecord::Store {
-  std::mutex mutex;
-  std::vector<Owner> idle;
-};
-
 /// Never destroyed: threads may still be at work when the process ends.
-WorkingRecord::Store& WorkingRecord::store() {
-  static Store& instance = *new Store;
+IdleStore<WorkingRecord::Owner>& WorkingRecord::store() {
+  static auto& instance = *new IdleStore<Owner>(std::max(1U, std::thread::hardware_concurrency()));
   return instance;
 }
 
@@ -37,26 +31,14 @@ void WorkingRecord::Release::operator()(struct_read_write_depth* record) const {
   delete record;  // NOLINT: the deleter of its owner
 }
 
-WorkingRecord::WorkingRecord() {
-  {
-    const std::lock_guard lock(store().mutex);
-    if (!store().idle.empty()) {
-      record_ = std::move(store().idle.back());
-      store().idle.pop_back();
-      return;
-    }
-  }
+WorkingRecord::WorkingRecord() : record_(store().take()) {
+  if (record_ != nullptr) return;
   record_ = Owner(new struct_read_write_depth);
   InitStruct(*record_);
   if (!Allocate(*record_, kFrameWidth, kFrameHeight)) throw std::bad_alloc();
 }
 
-WorkingRecord::~WorkingRecord() {
-  const std::lock_guard lock(store().mutex);
-  if (store().idle.size() < std::max(1U, std::thread::hardware_concurrency())) {
-    store().idle.push_back(std::move(record_));
-  }
-}
+WorkingRecord::~WorkingRecord() { store().give(std::move(record_)); }
 
 namespace {
 
@@ -71,17 +53,31 @@ void decode_colour(const std::string& file_name, unsigned char* bgr) {
   }
 }
 
+/// Has a record rebuild its depths in memory of the caller's, which saves a copy.
+class DepthIn {
+ public:
+  DepthIn(struct_read_write_depth& record, float* depth)
+      : record_(record), own_(std::exchange(record.LoadedDepth, depth)) {}
+  ~DepthIn() { record_.LoadedDepth = own_; }
+  DepthIn(const DepthIn&) = delete;
+  DepthIn& operator=(const DepthIn&) = delete;
+
+ private:
+  struct_read_write_depth& record_;
+  float* own_;
+};
+
 }  // namespace
 
 tools::Intrinsics decode_frame(const FramePlace& place, float* depth, unsigned char* bgr) {
   WorkingRecord record;
+  const DepthIn redirected(*record, depth);
   // A frame without labels leaves them as they are, which is those of another frame.
   record->loaded_a11 = record->loaded_a22 = record->loaded_cx = record->loaded_cy = 0;
   std::string base_name = place.depth;
   if (!load_compressed_data(*record, base_name.data(), 0)) {
     throw Failure("the frame '" + place.depth + "' cannot be read");
   }
-  std::copy_n(record->LoadedDepth, kFramePixels, depth);
   const tools::Intrinsics intrinsics{record->loaded_a11, record->loaded_a22, record->loaded_cx,
                                      record->loaded_cy};
   if (!place.colour.empty()) decode_colour(place.colour, bgr);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "codec/working_record.h"
+#include "python/idle_store.h"
 #include "tools/frame.h"
 #include "tools/recording_info.h"
 
@@ -30,8 +31,7 @@ class WorkingRecord {
     void operator()(struct_read_write_depth* record) const;
   };
   using Owner = std::unique_ptr<struct_read_write_depth, Release>;
-  struct Store;
-  static Store& store();
+  static IdleStore<Owner>& store();
 
   Owner record_;
 };

@@ -33,7 +33,9 @@ def path_text(path: PathLike, parameter: str = "path") -> str:
 def checked_max_depth(max_depth: Optional[float]) -> Optional[float]:
     if max_depth is None or 0 < max_depth <= DEEPEST_READING:
         return max_depth
-    raise ArgumentError(f"max_depth must be above 0 and at most 255 metres, or None, not {max_depth!r}")
+    raise ArgumentError(
+        f"max_depth must be above 0 and at most 255 metres, or None, not {max_depth!r}"
+    )
 
 
 def read_frame(path: PathLike, *, colour: Union[bool, PathLike] = True) -> Frame:
@@ -105,7 +107,9 @@ def write_frame(
     if not 1 <= digits <= _MOST_DIGITS:
         raise ArgumentError(f"digits must be from 1 to {_MOST_DIGITS}, not {digits!r}")
     if number is not None and not 0 <= number < 10**digits:
-        raise ArgumentError(f"number must be from 0 and have at most {digits} digits, not {number!r}")
+        raise ArgumentError(
+            f"number must be from 0 and have at most {digits} digits, not {number!r}"
+        )
     camera = Intrinsics(*(intrinsics_of_camera(camera_type) if intrinsics is None else intrinsics))
     if not (all(map(math.isfinite, camera)) and camera.a11 > 0 and camera.a22 > 0):
         raise ArgumentError(f"intrinsics must be numbers, with a11 and a22 above 0, not {camera!r}")

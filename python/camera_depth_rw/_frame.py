@@ -81,19 +81,20 @@ class Frame:
         *,
         colours: Literal[False] = False,
         swap_principal_point: bool = False,
-    ) -> npt.NDArray[np.float32]: ...
+    ) -> npt.NDArray[np.float32]:
+        ...
 
     @overload
     def point_cloud(
         self, axes: Axes = "camera", *, colours: Literal[True], swap_principal_point: bool = False
-    ) -> tuple[npt.NDArray[np.float32], npt.NDArray[np.uint8]]: ...
+    ) -> tuple[npt.NDArray[np.float32], npt.NDArray[np.uint8]]:
+        ...
 
     @overload
     def point_cloud(
         self, axes: Axes = "camera", *, colours: bool, swap_principal_point: bool = False
-    ) -> Union[
-        npt.NDArray[np.float32], tuple[npt.NDArray[np.float32], npt.NDArray[np.uint8]]
-    ]: ...
+    ) -> Union[npt.NDArray[np.float32], tuple[npt.NDArray[np.float32], npt.NDArray[np.uint8]]]:
+        ...
 
     def point_cloud(
         self, axes: Axes = "camera", *, colours: bool = False, swap_principal_point: bool = False

@@ -86,7 +86,7 @@ class Recording:
 
     @property
     def layout(self) -> str:
-        """"tree", "numbered" or "flat"; "mixed" when there are several."""
+        """ "tree", "numbered" or "flat"; "mixed" when there are several."""
         return self._source.files.layout
 
     @property
@@ -117,16 +117,20 @@ class Recording:
         return self._source.frame(self._indices[distances.index(min(distances))])
 
     @overload
-    def __getitem__(self, key: SupportsIndex) -> Frame: ...
+    def __getitem__(self, key: SupportsIndex) -> Frame:
+        ...
 
     @overload
-    def __getitem__(self, key: Union[slice, str]) -> Recording: ...
+    def __getitem__(self, key: Union[slice, str]) -> Recording:
+        ...
 
     def __getitem__(self, key: Union[SupportsIndex, slice, str]) -> Union[Frame, Recording]:
         if isinstance(key, str):
             return self._between(key, key, None)
         if isinstance(key, slice):
-            if isinstance(key.start, (str, dt.datetime)) or isinstance(key.stop, (str, dt.datetime)):
+            if isinstance(key.start, (str, dt.datetime)) or isinstance(
+                key.stop, (str, dt.datetime)
+            ):
                 return self._between(key.start, key.stop, key.step)
             return Recording(self._source, self._indices[key])
         place = operator.index(key)
@@ -170,7 +174,9 @@ class Recording:
             raise ArgumentError("frames named by number have no times without 'recording.json'")
         return known
 
-    def _between(self, start: Optional[Time], stop: Optional[Time], step: Optional[int]) -> Recording:
+    def _between(
+        self, start: Optional[Time], stop: Optional[Time], step: Optional[int]
+    ) -> Recording:
         first = "" if start is None else span_of(start, "the start of a time range")[0]
         last = "~" if stop is None else span_of(stop, "the end of a time range")[1]
         stamps = self._known_stamps()

@@ -18,8 +18,7 @@ Time = Union[str, dt.datetime]
 local time."""
 
 _SHAPE = re.compile(
-    r"(\d{4})-(\d\d)-(\d\d)"
-    r"(?:[Tt ](\d\d)(?:[:-](\d\d)(?:[:-](\d\d)(?:[.,](\d+))?)?)?)?"
+    r"(\d{4})-(\d\d)-(\d\d)" r"(?:[Tt ](\d\d)(?:[:-](\d\d)(?:[:-](\d\d)(?:[.,](\d+))?)?)?)?"
 )
 _EARLIEST_YEAR = 1970
 

@@ -110,7 +110,10 @@ def write_frame(
         raise ArgumentError(
             f"number must be from 0 and have at most {digits} digits, not {number!r}"
         )
-    camera = Intrinsics(*(intrinsics_of_camera(camera_type) if intrinsics is None else intrinsics))
+    given = tuple(intrinsics_of_camera(camera_type) if intrinsics is None else intrinsics)
+    if len(given) != 4:
+        raise ArgumentError(f"intrinsics must be four numbers, not {given!r}")
+    camera = Intrinsics(*given)
     if not (all(map(math.isfinite, camera)) and camera.a11 > 0 and camera.a22 > 0):
         raise ArgumentError(f"intrinsics must be numbers, with a11 and a22 above 0, not {camera!r}")
     name = _native.write_frame_files(

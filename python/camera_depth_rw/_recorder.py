@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import datetime as dt
+import numbers
 import os
 from types import TracebackType
 from typing import Optional, TypeVar
@@ -23,6 +24,8 @@ _Self = TypeVar("_Self", bound="_Recorder")
 
 
 def _check_count(name: str, value: int, most: int) -> None:
+    if not isinstance(value, numbers.Integral):
+        raise ArgumentError(f"{name} must be a whole number, not {value!r}")
     if not 1 <= value <= most:
         raise ArgumentError(f"{name} must be from 1 to {most} frames, not {value!r}")
 

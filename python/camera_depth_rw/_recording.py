@@ -105,6 +105,10 @@ class Recording:
         """Times of its frames, None where it is not known; nothing is decoded."""
         return [datetime_of(self._source.stamps[index]) for index in self._indices]
 
+    def between(self, start: Optional[Time] = None, stop: Optional[Time] = None) -> Recording:
+        """Its frames of a range of time, both ends included: the same as ``rec[start:stop]``."""
+        return self._between(start, stop, None)
+
     def nearest(self, time: Time) -> Frame:
         """The frame whose time is nearest; the earlier one of two."""
         first, _ = span_of(time, "time")

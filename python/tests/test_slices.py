@@ -90,6 +90,13 @@ def test_time_ranges_have_both_ends(
     assert places(frames[part]) == list(range(first, last + 1))
 
 
+def test_ranges_between_times_are_slices(frames: Recording) -> None:
+    assert places(frames.between("2013-04-05T14:08")) == list(range(9, FRAMES))
+    assert places(frames.between(stop=NEXT_MINUTE)) == list(range(10))
+    assert places(frames.between("2013-04-05T14:08:00.000", NEXT_MINUTE)) == [9]
+    assert places(frames.between()) == list(range(FRAMES))
+
+
 def test_time_ranges_take_a_step(frames: Recording) -> None:
     assert places(frames["2013-04-05T14:08"::4]) == [9, 13, 17]
 

@@ -43,9 +43,8 @@ put_into_document() {
 }
 
 scripts/install_dependencies.sh bench
-cmake --preset release -DCAMERA_DEPTH_RW_BENCHMARKS=ON >/dev/null
-cmake --build --preset release --parallel "$(nproc)" \
-  --target camera_depth_rw_benchmark camera_depth_rw_benchmark_report >&2
+cmake --preset release -DCAMERA_DEPTH_RW_BENCHMARKS=ON -DWITH_PYTHON=ON >/dev/null
+cmake --build --preset release --parallel "$(nproc)" >&2
 programs=build/release/bench
 results=bench/results.json
 tables=$programs/tables.md
@@ -55,4 +54,11 @@ status=0
 "$programs/camera_depth_rw_benchmark_report" "$results" "${check[@]}" >"$tables" || status=$?
 cat "$tables"
 [ -z "$document" ] || put_into_document "$tables" "$document"
+
+# Python's share: the same reads from Python and from C++.
+recording=$(mktemp -d)
+trap 'rm -rf "$recording"' EXIT
+build/release/tools/depthrw record --out "$recording" --source synthetic --frames 20 >&2
+PYTHONPATH=build/release/python /usr/bin/python3 python/benchmark/iterate_recording.py "$recording" \
+  build/release/python/benchmark/read_recording
 exit $status

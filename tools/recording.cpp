@@ -25,6 +25,12 @@ std::optional<long> index_in_run(const RecordingInfo& run, const Moment& moment)
 }  // namespace
 
 Recording::Recording(std::string directory, LibraryLog& log, const TimeRange& range)
+    : Recording(std::move(directory), &log, range) {}
+
+Recording::Recording(std::string directory, const TimeRange& range)
+    : Recording(std::move(directory), nullptr, range) {}
+
+Recording::Recording(std::string directory, LibraryLog* log, const TimeRange& range)
     : directory_(std::move(directory)), log_(log) {
   std::error_code error;
   if (!std::filesystem::is_directory(directory_, error)) {
@@ -106,8 +112,9 @@ std::optional<long> Recording::source_index(const RecordedFrame& frame) const {
 }
 
 std::string Recording::read(const RecordedFrame& recorded, Frame& frame) {
-  log_.start_operation();
-  if (!reader_.read(directory_, recorded, frame)) return "cannot be read";
+  if (log_ != nullptr) log_->start_operation();
+  if (reader_ == nullptr) reader_ = std::make_unique<FrameReader>();
+  if (!reader_->read(directory_, recorded, frame)) return "cannot be read";
   if (wants_colour(recorded) && !recorded.has_colour) return "has no colour image";
   return {};
 }

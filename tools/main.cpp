@@ -16,6 +16,9 @@
 #include "tools/record_command.h"
 #include "tools/scripts_command.h"
 #include "tools/verify_command.h"
+#if defined(DEPTHRW_HAS_VIEWER)
+#include "tools/view_command.h"
+#endif
 
 namespace depth_io::tools {
 namespace {
@@ -28,9 +31,18 @@ int run_program(int argc, char** argv) {
       "Exit status: 0 good, 1 failed, 2 wrong arguments, 3 partly done.\n"
       "depthrw COMMAND --help tells about a command.");
   const std::function<int()> commands[] = {
-      add_record_command(program),  add_play_command(program),      add_verify_command(program),
-      add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
-      add_scripts_command(program), add_summaries_command(program)};
+    add_record_command(program),
+    add_play_command(program),
+    add_verify_command(program),
+    add_info_command(program),
+    add_catalogue_command(program),
+    add_dump_command(program),
+    add_scripts_command(program),
+    add_summaries_command(program),
+#if defined(DEPTHRW_HAS_VIEWER)
+    add_view_command(program),
+#endif
+  };
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

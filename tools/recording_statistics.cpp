@@ -1,42 +1,15 @@
 #include "tools/recording_statistics.h"
 
 #include <algorithm>
-#include <charconv>
-#include <string_view>
 
 #include "codec/frame_names.h"
+#include "tools/file_heads.h"
 #include "tools/files.h"
 #include "tools/frame_time.h"
 #include "tools/interruption.h"
 
 namespace depth_io::tools {
 namespace {
-
-/// Number of labels at the beginning of a reference file; none when it is damaged.
-std::optional<long> label_count(const std::string& path) {
-  constexpr std::string_view kKeyword = "nblabels ";
-  constexpr std::size_t kEnough = 64;
-  const std::optional<std::string> text = read_start_of_file(path, kEnough);
-  if (!text || !text->starts_with(kKeyword)) return {};
-  long count = 0;
-  const auto result =
-      std::from_chars(text->data() + kKeyword.size(), text->data() + text->size(), count);
-  if (result.ec != std::errc() || count < 0) return {};
-  return count;
-}
-
-/// Number of records that an error file tells at its beginning; none when it is damaged.
-std::optional<long> error_record_count(const std::string& path) {
-  constexpr std::size_t kHeaderSize = 12;
-  const std::optional<std::string> bytes = read_start_of_file(path, kHeaderSize);
-  if (!bytes || bytes->size() < kHeaderSize) return {};
-  long count = 0;
-  for (std::size_t i = 0; i < kHeaderSize; i += 2) {
-    count +=
-        static_cast<unsigned char>((*bytes)[i]) * 256 + static_cast<unsigned char>((*bytes)[i + 1]);
-  }
-  return count;
-}
 
 void add_files(const Recording& recording, const RecordedFrame& frame, RecordingStatistics& all) {
   const std::string depth = recording.directory() + "/" + frame.depth_name();

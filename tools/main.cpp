@@ -8,6 +8,7 @@
 
 #include "tools/catalogue_command.h"
 #include "tools/dump_command.h"
+#include "tools/export/export_command.h"
 #include "tools/failure.h"
 #include "tools/info_command.h"
 #include "tools/interruption.h"
@@ -39,6 +40,7 @@ int run_program(int argc, char** argv) {
     add_dump_command(program),
     add_scripts_command(program),
     add_summaries_command(program),
+    add_export_command(program),
 #if defined(DEPTHRW_HAS_VIEWER)
     add_view_command(program),
 #endif

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/frame.h"
+#include "tools/frame_reader.h"
 #include "tools/library_log.h"
 #include "tools/recording_scan.h"
-
-class KV_RGBD_CameraCompression;
 
 namespace depth_io::tools {
 
@@ -19,7 +17,6 @@ class Recording {
   /// Takes the frames of a range of time only. Throws `Failure` when there is no such directory or
   /// no frame in it.
   Recording(std::string directory, LibraryLog& log, const TimeRange& range = {});
-  ~Recording();
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
 
@@ -59,7 +56,7 @@ class Recording {
   std::vector<std::string> troubles_;
   bool has_unreadable_folders_ = false;
   bool has_colour_ = false;
-  std::unique_ptr<KV_RGBD_CameraCompression> engine_;
+  FrameReader reader_;
 };
 
 /// Tells the user what is wrong beside the frames themselves.

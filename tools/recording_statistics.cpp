@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "codec/frame_names.h"
-#include "tools/file_heads.h"
-#include "tools/files.h"
+#include "tools/frame_statistics.h"
 #include "tools/frame_time.h"
 #include "tools/interruption.h"
 
@@ -12,16 +10,10 @@ namespace depth_io::tools {
 namespace {
 
 void add_files(const Recording& recording, const RecordedFrame& frame, RecordingStatistics& all) {
-  const std::string depth = recording.directory() + "/" + frame.depth_name();
-  const std::string colour = recording.directory() + "/" + frame.colour_name();
-  const auto size = [](const std::string& path) { return regular_file_size(path).value_or(0); };
-  if (frame.has_colour) all.bytes.colour += size(colour + kJpegEnding);
-  if (frame.has_label_map) all.bytes.label_map += size(depth + kLabelMapEnding);
-  if (frame.has_reference) all.bytes.reference += size(depth + kReferenceEnding);
-  if (frame.has_codes) all.bytes.codes += size(depth + kJpegEnding);
-  if (frame.has_errors) all.bytes.errors += size(depth + kErrorEnding);
-  if (const auto count = label_count(depth + kReferenceEnding)) all.labels.add(*count);
-  if (const auto count = error_record_count(depth + kErrorEnding)) all.error_records.add(*count);
+  const FrameStatistics one = statistics_of(recording.directory(), frame);
+  all.bytes += one.bytes;
+  if (one.labels) all.labels.add(*one.labels);
+  if (one.error_records) all.error_records.add(*one.error_records);
   const bool is_complete =
       frame.has_depth_files() && (frame.has_colour || !recording.wants_colour(frame));
   if (!is_complete) ++all.incomplete;

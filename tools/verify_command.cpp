@@ -7,11 +7,14 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "tools/depth_statistics.h"
 #include "tools/failure.h"
 #include "tools/frame_check.h"
+#include "tools/frame_clock.h"
+#include "tools/frame_time.h"
 #include "tools/interruption.h"
 #include "tools/open_source.h"
 #include "tools/output.h"
@@ -73,17 +76,39 @@ class VerifyRun {
       choice.seed = run.seed;
       choice.scale = run.scale;
       choice.loop = run.loop;
+      choice.max_gap = run.max_gap;
+      choice.with_unpaired = !run.colour;
       max_depth_ = run.max_depth;
     }
     if (arguments_.seed) choice.seed = *arguments_.seed;
     if (arguments_.scale) choice.scale = arguments_.scale;
     if (arguments_.max_depth) max_depth_ = *arguments_.max_depth;
     source_ = open_source(choice);
+    note_source_times();
     if (recording_.frames().back().moment && recording_.runs().empty()) {
       throw Failure(
           "frames named by time cannot be compared without 'recording.json', which tells "
           "when the source began");
     }
+  }
+
+  /// Frames of runs that have the source's own times are found by them.
+  void note_source_times() {
+    if (!source_->time_of(0)) return;
+    const FrameClock clock(*source_);
+    for (const RecordingInfo& run : recording_.runs()) {
+      for (long i = 0; run.source_times && i < *source_->frame_count(); ++i) {
+        source_indices_[stamp_text(moment_after(run.start, clock.seconds_of(i)))] = i;
+      }
+    }
+  }
+
+  std::optional<long> source_index(const RecordedFrame& recorded) const {
+    if (recorded.moment) {
+      const auto place = source_indices_.find(stamp_text(*recorded.moment));
+      if (place != source_indices_.end()) return place->second;
+    }
+    return recording_.source_index(recorded);
   }
 
   void verify_frames() {
@@ -120,7 +145,7 @@ class VerifyRun {
 
   /// Compares the frame that was read with its source.
   std::string compare(const RecordedFrame& recorded) {
-    const std::optional<long> index = recording_.source_index(recorded);
+    const std::optional<long> index = source_index(recorded);
     if (!index) return "fits no frame of the source by its time";
     try {
       source_->load(*index, source_frame_);
@@ -253,6 +278,7 @@ class VerifyRun {
   LibraryLog log_;
   Recording recording_;
   std::unique_ptr<IndexedSource> source_;
+  std::unordered_map<std::string, long> source_indices_;  ///< by stamp
   double max_depth_ = kUsualMaxDepth;
   Frame frame_;
   Frame source_frame_;

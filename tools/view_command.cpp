@@ -8,7 +8,7 @@
 #include "tools/failure.h"
 #include "tools/interruption.h"
 #include "tools/output.h"
-#include "tools/viewer/child_process.h"
+#include "tools/viewer/terminal_program.h"
 #include "tools/viewer/viewer_server.h"
 
 namespace depth_io::tools {

@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "tools/failure.h"
-#include "tools/viewer/child_process.h"
 #include "tools/viewer/request_rules.h"
+#include "tools/viewer/terminal_program.h"
 
 namespace depth_io::tools {
 namespace {
@@ -116,6 +116,7 @@ std::vector<std::string> ExportJobs::command_for(const Job& job) const {
   if (!order.from.empty()) command.insert(command.end(), {"--from", order.from});
   if (!order.to.empty()) command.insert(command.end(), {"--to-time", order.to});
   if (order.stride > 1) command.insert(command.end(), {"--stride", std::to_string(order.stride)});
+  if (order.swaps_principal_point) command.emplace_back("--swap-principal-point");
   return command;
 }
 
@@ -160,7 +161,7 @@ void ExportJobs::take_line(Job& job, const std::string& line) {
 void ExportJobs::watch(Job& job, const std::stop_token& stop) {
   int status = kFailed;
   try {
-    ChildProcess program(command_for(job));
+    TerminalProgram program(command_for(job));
     LineCutter cutter;
     const auto take = [&](const std::string& line) { take_line(job, line); };
     bool was_asked = false;

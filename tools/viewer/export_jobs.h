@@ -19,6 +19,7 @@ struct ExportOrder {
   std::string to;
   std::uint64_t frames = 0;  ///< in that range
   std::uint64_t stride = 1;
+  bool swaps_principal_point = false;
 
   bool operator==(const ExportOrder&) const = default;
 };

@@ -5,9 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include "codec/frame_names.h"
-#include "tools/file_heads.h"
-#include "tools/files.h"
 #include "tools/frame_check.h"
+#include "tools/frame_statistics.h"
 #include "tools/frame_time.h"
 
 namespace depth_io::tools {
@@ -15,15 +14,11 @@ namespace {
 
 using nlohmann::ordered_json;
 
-std::uint32_t size_of(const std::string& path) {
-  const std::uintmax_t most = std::numeric_limits<std::uint32_t>::max();
-  return static_cast<std::uint32_t>(std::min(regular_file_size(path).value_or(0), most));
-}
-
-/// A count that is not known becomes 0.
-std::uint32_t plain(std::optional<long> count) {
-  const long most = std::numeric_limits<std::int32_t>::max();
-  return static_cast<std::uint32_t>(std::min(count.value_or(0), most));
+/// What is not known becomes 0.
+template <typename Number>
+std::uint32_t plain(Number number) {
+  const auto most = static_cast<Number>(std::numeric_limits<std::int32_t>::max());
+  return static_cast<std::uint32_t>(std::clamp(number, Number{0}, most));
 }
 
 ordered_json file_json(const std::string& name, const char* kind, std::uint32_t bytes) {
@@ -33,23 +28,16 @@ ordered_json file_json(const std::string& name, const char* kind, std::uint32_t 
 }  // namespace
 
 FrameFacts facts_of(const RecordingView& view, const RecordedFrame& frame) {
-  const std::string depth = view.path_of(frame.depth_name());
+  const FrameStatistics all = statistics_of(view.recording->directory(), frame);
   FrameFacts facts;
-  if (frame.has_colour)
-    facts.colour_bytes = size_of(view.path_of(frame.colour_name()) + kJpegEnding);
-  if (frame.has_codes) facts.code_bytes = size_of(depth + kJpegEnding);
-  if (frame.has_label_map) {
-    facts.label_map_bytes = size_of(depth + kLabelMapEnding);
-    facts.runs = plain(run_count(depth + kLabelMapEnding));
-  }
-  if (frame.has_reference) {
-    facts.reference_bytes = size_of(depth + kReferenceEnding);
-    facts.labels = plain(label_count(depth + kReferenceEnding));
-  }
-  if (frame.has_errors) {
-    facts.error_bytes = size_of(depth + kErrorEnding);
-    facts.error_records = plain(error_record_count(depth + kErrorEnding));
-  }
+  facts.colour_bytes = plain(all.bytes.colour);
+  facts.code_bytes = plain(all.bytes.codes);
+  facts.label_map_bytes = plain(all.bytes.label_map);
+  facts.reference_bytes = plain(all.bytes.reference);
+  facts.error_bytes = plain(all.bytes.errors);
+  facts.labels = plain(all.labels.value_or(0));
+  facts.runs = plain(all.runs.value_or(0));
+  facts.error_records = plain(all.error_records.value_or(0));
   return facts;
 }
 

@@ -84,6 +84,14 @@ std::string text_field(const json& body, const char* name) {
   return field->get<std::string>();
 }
 
+bool flag_field(const json& body, const char* name) {
+  const auto field = body.find(name);
+  if (field == body.end() || !field->is_boolean()) {
+    throw Refused{400, std::string("'") + name + "' must be true or false"};
+  }
+  return field->get<bool>();
+}
+
 json parsed_body(const Request& request) {
   json body = json::parse(request.body, nullptr, false);
   if (!body.is_object()) throw Refused{400, "the request must be a JSON object"};
@@ -302,6 +310,7 @@ void ViewerServer::start_export(const Request& request, Response& response) {
   order.format = text_field(body, "format");
   order.name = text_field(body, "name");
   order.stride = number_field(body, "stride", 1, count);
+  order.swaps_principal_point = flag_field(body, "swap_principal_point");
   order.frames = last - first + 1;
   if (order.frames < count) {
     const auto from = view.recording->time_of(view.frames()[first]);

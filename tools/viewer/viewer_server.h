@@ -23,21 +23,8 @@ struct ViewerSettings {
   std::string export_program;  ///< that makes them
 };
 
-/// Serves a recording to the page. What it answers:
-///
-///     GET  /  /app.js  /app.css                           the page
-///     GET  /api/recording[?look=1]                        `recording_description`, after a new
-///     look GET  /api/index                                     `frame_index` GET
-///     /api/frames/N?generation=G                     `frame_description` GET
-///     /api/frames/N/depth?generation=G[&deflate=1]   `frame_payload` GET
-///     /api/frames/N/colour?generation=G              the colour image's file GET
-///     /api/facts?generation=G&after=A                `FactsSurvey::found_after` GET
-///     /api/motion?generation=G&after=A&first=F&last=L  `MotionSurvey::found_after` GET
-///     /api/exports                                   `ExportJobs::description` POST /api/exports
-///     {format, name, first, last, stride, generation} POST /api/exports/cancel {id}
-///
-/// Everything below /api needs the token in the header X-Depthrw-Token. Errors are 4xx with
-/// {"error": "a sentence"}.
+/// Serves a recording to the page; docs/viewer.md lists what it answers. Everything below /api needs
+/// the token of the page's address. Errors are 4xx with {"error": "a sentence"}.
 class ViewerServer {
  public:
   /// Opens the recording and takes the port. Throws `Failure`.

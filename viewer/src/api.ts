@@ -1,4 +1,4 @@
-// What the server answers; its side is tools/viewer/viewer_server.h.
+// What the server answers; see docs/viewer.md.
 
 export interface Run {
   program: string;
@@ -147,6 +147,7 @@ export const api = {
     first: number;
     last: number;
     stride: number;
+    swap_principal_point: boolean;
   }): Promise<{ id: number }> {
     return post('/api/exports', order);
   },

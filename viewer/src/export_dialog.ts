@@ -119,6 +119,7 @@ export class ExportDialog {
         name: this.name.value.trim(),
         ...this.range,
         stride: Math.max(1, Math.round(Number(this.stride.value) || 1)),
+        swap_principal_point: element<HTMLInputElement>('swap').checked,
       });
       this.nameIsOurs = true;
     } catch (error) {

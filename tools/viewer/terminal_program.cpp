@@ -1,4 +1,4 @@
-#include "tools/viewer/child_process.h"
+#include "tools/viewer/terminal_program.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -66,7 +66,7 @@ int exit_status(int status) {
 
 }  // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& command) {
+TerminalProgram::TerminalProgram(const std::vector<std::string>& command) {
   int program_side = -1;
   winsize size = {};
   size.ws_row = 24;
@@ -88,13 +88,13 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command) {
   throw Failure("cannot start '" + command.front() + "': " + std::strerror(error));
 }
 
-ChildProcess::~ChildProcess() {
+TerminalProgram::~TerminalProgram() {
   ask_to_end();
   wait_for_end();
   close(terminal_);
 }
 
-std::string ChildProcess::read_output() {
+std::string TerminalProgram::read_output() {
   constexpr int kPatienceMilliseconds = 100;
   pollfd wanted{terminal_, POLLIN, 0};
   if (poll(&wanted, 1, kPatienceMilliseconds) <= 0) return {};
@@ -106,17 +106,17 @@ std::string ChildProcess::read_output() {
   return {};
 }
 
-std::optional<int> ChildProcess::status() {
+std::optional<int> TerminalProgram::status() {
   int status = 0;
   if (!status_ && waitpid(id_, &status, WNOHANG) == id_) status_ = exit_status(status);
   return status_;
 }
 
-void ChildProcess::ask_to_end() {
+void TerminalProgram::ask_to_end() {
   if (!this->status()) kill(id_, SIGTERM);
 }
 
-void ChildProcess::wait_for_end() {
+void TerminalProgram::wait_for_end() {
   constexpr double kPatienceSeconds = 5;
   const double end = monotonic_seconds() + kPatienceSeconds;
   while (!status()) {

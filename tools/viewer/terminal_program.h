@@ -10,14 +10,14 @@ namespace depth_io::tools {
 
 /// A program at work whose two output streams are a terminal of ours, so that it shows its
 /// progress.
-class ChildProcess {
+class TerminalProgram {
  public:
   /// Throws `Failure` when it cannot be started.
-  explicit ChildProcess(const std::vector<std::string>& command);
+  explicit TerminalProgram(const std::vector<std::string>& command);
   /// Asks a program that is still at work to end, and waits for it.
-  ~ChildProcess();
-  ChildProcess(const ChildProcess&) = delete;
-  ChildProcess& operator=(const ChildProcess&) = delete;
+  ~TerminalProgram();
+  TerminalProgram(const TerminalProgram&) = delete;
+  TerminalProgram& operator=(const TerminalProgram&) = delete;
 
   /// Waits a moment for output; empty when there is none yet.
   std::string read_output();

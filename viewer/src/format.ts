@@ -59,6 +59,8 @@ export function metresText(metres: number): string {
   return `${metres.toFixed(3).replace('-', '\u2212')} m`;
 }
 
+/** Without zeros at the end of a fraction. */
 function trimmed(value: number, digits: number): string {
-  return value.toFixed(digits).replace(/\.?0+$/, (end) => (end.startsWith('.') ? '' : end));
+  const text = value.toFixed(digits);
+  return text.includes('.') ? text.replace(/\.?0+$/, '') : text;
 }

@@ -21,14 +21,15 @@ interface Fetch {
 
 const MOST_KEPT = 48;
 const MOST_FETCHES = 4;
-/** Below this rate the depth is sent compressed; on this machine that would only take time. */
-const FAST_BYTES_PER_SECOND = 30e6;
+/** Once it comes slower than this, depth is sent compressed; on the same machine that would only take time. */
+const SLOW_BYTES_PER_SECOND = 6e6;
 
 export class FrameStore {
   private readonly kept = new Map<number, LoadedFrame>();
   private readonly fetches = new Map<number, Fetch>();
   private wishes: number[] = [];
-  private bytesPerSecond = Infinity;
+  private bytesPerSecond = 100e6;
+  private isSlow = false;
   /** The recording on the server is another one now. */
   onChanged: () => void = () => {};
 
@@ -134,8 +135,7 @@ export class FrameStore {
   private async loadDepth(frame: LoadedFrame, signal: AbortSignal): Promise<void> {
     const begin = performance.now();
     try {
-      const deflate = this.bytesPerSecond < FAST_BYTES_PER_SECOND;
-      const bytes = await api.depth(frame.index, this.generation, deflate, signal);
+      const bytes = await api.depth(frame.index, this.generation, this.isSlow, signal);
       this.noteRate(bytes.byteLength, performance.now() - begin);
       frame.depth = new DepthFrame(bytes);
     } catch (error) {
@@ -162,7 +162,8 @@ export class FrameStore {
 
   private noteRate(bytes: number, milliseconds: number): void {
     const rate = (1000 * bytes) / Math.max(1, milliseconds);
-    this.bytesPerSecond = Math.min(this.bytesPerSecond, 1e9) * 0.7 + rate * 0.3;
+    this.bytesPerSecond = this.bytesPerSecond * 0.8 + rate * 0.2;
+    this.isSlow ||= this.bytesPerSecond < SLOW_BYTES_PER_SECOND;
   }
 
   private keep(frame: LoadedFrame): void {

@@ -1,9 +1,12 @@
 // A recording, the program that shows it, and a browser that looks at it.
 import { execFileSync, spawn } from 'node:child_process';
 import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync } from 'node:fs';
+import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { chromium } from 'playwright-core';
+
+// Installed where the test or the benchmark runs, which is not where this file lies.
+const { chromium } = createRequire(join(process.cwd(), 'package.json'))('playwright-core');
 
 export const WIDTH = 640;
 export const HEIGHT = 480;

@@ -16,15 +16,16 @@ export function clockText(time: number, withMilliseconds = true): string {
 
 /** A length of time, in two units at most. */
 export function durationText(milliseconds: number): string {
-  const seconds = milliseconds / 1000;
+  let seconds = milliseconds / 1000;
   if (seconds < 1) return `${Math.round(milliseconds)} ms`;
-  if (seconds < 60) return `${trimmed(seconds, seconds < 10 ? 2 : 1)} s`;
+  if (seconds < 59.95) return `${trimmed(seconds, seconds < 10 ? 2 : 1)} s`;
   const units: [number, string][] = [
     [86400, 'd'],
     [3600, 'h'],
     [60, 'min'],
     [1, 's'],
   ];
+  seconds = Math.round(seconds);
   const largest = units.findIndex(([length]) => seconds >= length);
   const [length, name] = units[largest];
   const [smaller, smallerName] = units[largest + 1];

@@ -55,7 +55,7 @@ class Page {
     this.player.shown.watch((frame) => {
       if (!frame) return;
       this.panels.show(frame);
-      document.documentElement.dataset.frame = String(frame.index);
+      this.noteShown(frame.index);
       this.describeFrameSoon();
     });
     this.player.playing.watch(() => this.describeFrameSoon());
@@ -65,7 +65,14 @@ class Page {
     follow.addEventListener('click', () => this.follow(follow.getAttribute('aria-pressed') !== 'true'));
     const shorten = element<HTMLInputElement>('shorten');
     shorten.addEventListener('change', () => this.timeline.shortenGaps(shorten.checked));
-    element('timeline').addEventListener('focus', () => element('timeline').scrollIntoView({ block: 'nearest' }));
+    window.addEventListener('depthrw-seek', (event) => this.player.seek((event as CustomEvent<number>).detail));
+  }
+
+  /** For those who drive the page by a program: which frame is shown, and when the first one was. */
+  private noteShown(index: number): void {
+    const { dataset } = document.documentElement;
+    if (dataset.frame === undefined) performance.mark('first frame');
+    dataset.frame = String(index);
   }
 
   private keyActions(): KeyAction[] {

@@ -5,7 +5,7 @@ set -euo pipefail
 
 build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev)
 bench_packages=(libbenchmark-dev)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev pkg-config shellcheck)
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev pkg-config shellcheck ffmpeg python3-open3d)
 
 case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;

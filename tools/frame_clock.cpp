@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tools/frame_time.h"
 #include "tools/recording_info.h"
 
 namespace depth_io::tools {
 namespace {
 
-std::int64_t rounded_milliseconds(std::int64_t microseconds) { return (microseconds + 500) / 1000; }
+std::int64_t rounded_milliseconds(std::int64_t microseconds) {
+  return microseconds_of(moment_at(microseconds)) / 1000;
+}
 
 double median_rate(const std::vector<std::int64_t>& milliseconds, double usual) {
   std::vector<std::int64_t> steps;

@@ -127,8 +127,7 @@ std::int64_t microseconds_of(const Moment& moment) {
 }
 
 Moment moment_at(std::int64_t microseconds) {
-  const std::chrono::microseconds since(microseconds);
-  return to_moment(Milliseconds(std::chrono::round<std::chrono::milliseconds>(since)));
+  return to_moment(Milliseconds(std::chrono::milliseconds((microseconds + 500) / 1000)));
 }
 
 std::string seconds_text(std::int64_t microseconds) {

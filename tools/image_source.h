@@ -10,9 +10,9 @@ namespace depth_io::tools {
 
 /// How a directory of images is read.
 struct ImageChoice {
-  std::optional<double> units_per_metre;  ///< of depth images, instead of the file `scale`
-  bool with_colour = true;                ///< false: colour images are not loaded
-  double max_gap_seconds = 0.02;          ///< between the images of a frame, by TUM lists
+  std::optional<double> units_per_metre = {};  ///< of depth images, instead of the file `scale`
+  bool with_colour = true;                     ///< false: colour images are not loaded
+  double max_gap_seconds = 0.02;               ///< between the images of a frame, by TUM lists
   /// Take also depth images that TUM lists give no colour image, if they give others one.
   bool with_unpaired = false;
 };

@@ -21,6 +21,7 @@ constexpr std::array<std::pair<ExportFormat, const char*>, 6> kFormats{
      {ExportFormat::kCsv, "csv"}}};
 
 constexpr int kMostJobs = 256;
+constexpr long kWidestStride = 1000000000;
 constexpr double kTumUnitsPerMetre = 5000;
 constexpr double kMillimetres = 1000;
 constexpr double kFinestScale = 1e6;
@@ -39,7 +40,7 @@ int usual_jobs() {
 }
 
 ColourFiles colour_files_of(const ExportArguments& a, ExportFormat format) {
-  if (!a.colour) return format == ExportFormat::kOpen3d ? ColourFiles::kJpeg : ColourFiles::kPng;
+  if (!a.colour) return ColourFiles::kPng;
   require(has_depth_images(format), "--colour belongs to --to tum, png and open3d");
   require(format != ExportFormat::kOpen3d || *a.colour != "none",
           "--to open3d wants colour images: give --colour png or jpg");
@@ -88,7 +89,8 @@ ExportSettings export_settings(const ExportArguments& a) {
   require(a.out != "-" || *format == ExportFormat::kCsv,
           "--out - (standard output) belongs to --to csv");
   require(a.out != "-" || !a.json, "--json and --out - exclude each other");
-  require(a.stride >= 1, "--stride must be a number of frames above 0");
+  require(a.stride >= 1 && a.stride <= kWidestStride,
+          "--stride must be from 1 to 1000000000 frames");
   require(!a.jobs || (*a.jobs >= 1 && *a.jobs <= kMostJobs), "--jobs must be from 1 to 256");
   require(!a.fps || (*a.fps >= kLowestFps && *a.fps <= kHighestFps),
           "--fps must be a number from 0.000001 to 1000000");

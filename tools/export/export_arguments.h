@@ -14,8 +14,8 @@ std::optional<ExportFormat> format_named(const std::string& name);
 
 /// What colour images become.
 enum class ColourFiles {
-  kPng,   ///< decoded
-  kJpeg,  ///< the recorded files as they are
+  kPng,
+  kJpeg,  ///< coded anew, with a second loss
   kNone
 };
 

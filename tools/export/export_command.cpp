@@ -30,8 +30,8 @@ std::function<int()> add_export_command(CLI::App& program) {
   command.add_option("--depth-scale", a.depth_scale,
                      "Units per metre of depth images: tum (default: 5000) and png (1000)");
   command.add_option("--colour", a.colour,
-                     "Colour images of tum, png and open3d: png, jpg (as recorded; default for "
-                     "open3d) or none");
+                     "Colour images of tum, png and open3d: png (default), jpg (smaller, with some "
+                     "loss) or none");
   command.add_option("--axes", a.axes,
                      "Of point clouds: camera (default; x right, y down, z forward) or gl (x "
                      "right, y up, z backward)");

@@ -95,6 +95,16 @@ ordered_json time_json(const ExportFrames& frames) {
   return time;
 }
 
+/// Tells whether two exports have the same frames.
+std::string frames_digest(const ExportFrames& frames) {
+  Digest digest;
+  for (const ExportFrame& frame : frames.frames) {
+    digest.add(frame.recorded->depth_name());
+    digest.add(seconds_text(frame.microseconds));
+  }
+  return digest.text();
+}
+
 ordered_json counts_json(const ExportAccount& account) {
   const ExportCounts& counts = account.counts;
   return {{"wanted", counts.wanted},
@@ -117,13 +127,19 @@ ordered_json runs_json(const Recording& recording) {
 
 }  // namespace
 
-std::string frames_digest(const ExportFrames& frames) {
-  Digest digest;
-  for (const ExportFrame& frame : frames.frames) {
-    digest.add(frame.recorded->depth_name());
-    digest.add(seconds_text(frame.microseconds));
-  }
-  return digest.text();
+std::optional<EarlierFrames> earlier_frames(const ordered_json& description,
+                                            const ExportFrames& frames) {
+  // The file may hold anything.
+  const auto member = [](const ordered_json& object, const char* key) {
+    return object.is_object() && object.contains(key) ? object[key] : ordered_json();
+  };
+  const ordered_json counts = member(description, "frames");
+  const ordered_json damaged = member(counts, "damaged");
+  const bool is_finished = member(description, "complete") == true &&
+                           member(counts, "digest") == frames_digest(frames) &&
+                           damaged.is_number_unsigned() && damaged <= frames.frames.size();
+  if (!is_finished) return {};
+  return EarlierFrames{frames.frames.size(), damaged.get<std::size_t>()};
 }
 
 ordered_json export_parameters(const Recording& recording, const ExportSettings& settings,

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "tools/camera_model.h"
-#include "tools/export/export_frames.h"
+#include "tools/export/exporter.h"
 
 namespace depth_io::tools {
 
@@ -45,7 +45,9 @@ nlohmann::ordered_json export_description(const ExportAccount& account);
 /// The file `README.txt`.
 std::string export_readme(const ExportAccount& account);
 
-/// Tells whether two exports have the same frames.
-std::string frames_digest(const ExportFrames& frames);
+/// What an earlier run, by its description, is through with; none when it did not come to the end
+/// of these frames.
+std::optional<EarlierFrames> earlier_frames(const nlohmann::ordered_json& description,
+                                            const ExportFrames& frames);
 
 }  // namespace depth_io::tools

@@ -103,7 +103,6 @@ void ExportDirectory::read_earlier() {
 
 void ExportDirectory::check_parameters(const ordered_json& parameters) const {
   const ordered_json& before = earlier_["parameters"];
-  if (before == parameters) return;
   std::string differences;
   for (const auto& [name, value] : parameters.items()) {
     const ordered_json old = before.value(name, ordered_json());
@@ -111,6 +110,10 @@ void ExportDirectory::check_parameters(const ordered_json& parameters) const {
     differences += (differences.empty() ? "" : ", ") + name + " " + value_text(old) + ", now " +
                    value_text(value);
   }
+  if (differences.empty() && before.size() > parameters.size()) {
+    differences = "some that this program does not know";
+  }
+  if (differences.empty()) return;
   throw Failure("'" + path_ + "' holds an export with other parameters (" + differences +
                 "); give another directory, or --overwrite to replace it");
 }

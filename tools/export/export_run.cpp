@@ -86,12 +86,7 @@ class ExportRun {
       directory_->write_description(export_description(account_));
       return;
     }
-    const ordered_json counts = earlier.value("frames", ordered_json::object());
-    const bool is_finished = earlier.value("complete", false) && counts.is_object() &&
-                             counts.value("digest", "") == frames_digest(frames_);
-    if (is_finished) {
-      task_.finished_before = {frames_.frames.size(), counts.value("damaged", std::size_t{0})};
-    }
+    task_.finished_before = earlier_frames(earlier, frames_);
   }
 
   /// False when files could not be written.
@@ -116,9 +111,9 @@ class ExportRun {
 
   void go_through(std::size_t first) {
     through_ = first;
-    const auto make_worker = [this] {
+    const auto make_worker = [this, first] {
       auto worker = std::make_shared<FrameExport>(task_, *exporter_, log_);
-      return [this, worker, first = through_](std::size_t piece) {
+      return [this, worker, first](std::size_t piece) {
         return (*worker)(frames_.frames[first + piece]);
       };
     };

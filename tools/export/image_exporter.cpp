@@ -1,9 +1,8 @@
 #include <nlohmann/json.hpp>
 
-#include "codec/frame_names.h"
+#include "tools/colour_jpeg.h"
 #include "tools/depth_units.h"
 #include "tools/export/exporter.h"
-#include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/frame_time.h"
 #include "tools/output.h"
@@ -24,9 +23,6 @@ class ImageExporter final : public Exporter {
         colour_ending_(task.settings.colour == ColourFiles::kJpeg ? ".jpg" : ".png") {}
 
   bool needs_colour() const override { return task_.settings.format == ExportFormat::kOpen3d; }
-  bool wants_colour_pixels() const override {
-    return task_.with_colour && task_.settings.colour == ColourFiles::kPng;
-  }
 
   EarlierFrames begin() override {
     make_directories(path(kDepthFolder));
@@ -73,17 +69,12 @@ class ImageExporter final : public Exporter {
 
  private:
   void write_colour(const ReadFrame& read, const std::string& file) const {
+    const Picture picture = picture_of_bgr(read.frame.bgr, kFrameWidth, kFrameHeight);
     if (task_.settings.colour == ColourFiles::kPng) {
-      write_colour_png(file, picture_of_bgr(read.frame.bgr, kFrameWidth, kFrameHeight),
-                       PngEffort::kFast);
-      return;
+      write_colour_png(file, picture, PngEffort::kFast);
+    } else {
+      write_colour_jpeg(file, picture);
     }
-    constexpr std::size_t kSizeLimit = std::size_t{64} << 20U;
-    const std::string source =
-        task_.recording.directory() + "/" + read.place.recorded->colour_name() + kJpegEnding;
-    const auto bytes = read_regular_file(source, kSizeLimit);
-    if (!bytes) throw Failure("cannot read '" + source + "'");
-    write_file_atomically(file, *bytes);
   }
 
   void write_tum_lists(const std::vector<ExportedFrame>& frames) const {

@@ -18,6 +18,9 @@
 #include "tools/record_command.h"
 #include "tools/scripts_command.h"
 #include "tools/verify_command.h"
+#if defined(DEPTHRW_HAS_VIEWER)
+#include "tools/view_command.h"
+#endif
 
 namespace depth_io::tools {
 namespace {
@@ -35,6 +38,9 @@ int run_program(int argc, char** argv) {
       add_scripts_command(program), add_summaries_command(program), add_export_command(program),
 #ifdef DEPTHRW_HAS_OPENNI
       add_camera_command(program),
+#endif
+#ifdef DEPTHRW_HAS_VIEWER
+      add_view_command(program),
 #endif
   };
   try {

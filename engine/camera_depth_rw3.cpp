@@ -9,7 +9,11 @@ namespace {
 using Engine = KV_RGBD_CameraCompression3;
 
 /// So many frames of one minute folder are played back.
+#ifdef CAMERA_DEPTH_RW_SMALL_ENGINES
+constexpr int kMostStamps = 16;
+#else
 constexpr int kMostStamps = 10000;
+#endif
 constexpr int kStampRowSize = 30;
 
 void release_buffers(Engine& engine) {

@@ -59,7 +59,8 @@ bool KV_RGBD_CameraCompression2::SubDirHandle(bool SAVE_WITH_TIMESTAMP, int curr
     path.append(param.Directory);
   }
   path.append("/");
-  if (!path.fits()) return fail_to_make_folder(path.c_str());
+  // An engine without a directory would write into the file system's root.
+  if (!path.fits() || !param.Directory_active) return fail_to_make_folder(path.c_str());
   depth_io::copy_text(temp_string, sizeof temp_string, path.c_str());
   if (!param.SubDirectory_active || CurrentNbFramesSavedInSubDirectory != 0) return true;
 

@@ -54,8 +54,7 @@ bool KV_RGBD_CameraCompression3::Construct(KV_RGBD_CameraCompression3_parameters
   CURRENT_STAMP_INDEX = 0;
   LAST_STAMP_INDEX = 0;
   REVERSE_NAME = true;
-  param.CopyFrom(_param);
-  if (!depth_io::complete_settings(param, kComplaints)) return false;
+  if (!depth_io::take_settings(*this, _param, kComplaints)) return false;
 
   RECORDED = false;
   INITIALISED = false;
@@ -69,6 +68,8 @@ bool KV_RGBD_CameraCompression3::Construct(KV_RGBD_CameraCompression3_parameters
     CurrentFolderStringMinute[0] = '\0';
     depth_io::allocate_stamped_engine(*this);
     depth_io::set_stamped_capture_defaults(*this);
+    // So that playback needs no memory any more.
+    currentTimeStamp.reserve(kStampRowSize);
     create_stamp_lists(*this);
   } catch (...) {
     release_buffers(*this);

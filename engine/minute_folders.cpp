@@ -53,6 +53,8 @@ bool make_folder(Level level, char (&field)[kSize], const PathText& path, Voice 
 bool make_day_folder(Engine& engine, const Moment& moment, Voice voice) {
   PathText path;
   append_day_folder(path, engine.param.Directory, moment);
+  // An engine without a directory would make folders in the file system's root.
+  if (!engine.param.Directory_active) return fail_to_make(Level::kDay, path.c_str(), ENOENT);
   return make_folder(Level::kDay, engine.CurrentFolderStringDay, path, voice);
 }
 

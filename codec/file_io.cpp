@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace depth_io {
@@ -74,7 +75,8 @@ std::optional<FileBytes> read_regular_file(const char* path) {
   if (!known_size) return {};
   const std::size_t size = *known_size;
 
-  auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
+  std::unique_ptr<char[]> bytes(new (std::nothrow) char[size + 1]);
+  if (bytes == nullptr) return {};
   std::size_t filled = 0;
   while (filled < size) {
     const auto count = retry_when_interrupted(
@@ -93,6 +95,8 @@ std::FILE* open_regular_file(const char* path) {
   if (stream == nullptr) close(descriptor);
   return stream;
 }
+
+bool is_missing(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
 
 OutputFile::OutputFile(const char* path)
     : descriptor_(
@@ -172,7 +176,12 @@ ReplacedFile::ReplacedFile(std::string path)
       temporary_path_(temporary_path_beside(path_)),
       content_(temporary_path_.c_str()) {}
 
+ReplacedFile::~ReplacedFile() {
+  if (!is_finished_) unlink(temporary_path_.c_str());
+}
+
 bool ReplacedFile::put_in_place() {
+  is_finished_ = true;
   if (content_.close() && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
   unlink(temporary_path_.c_str());
   return false;

@@ -42,7 +42,8 @@ KV_RGBD_CameraCompression2::~KV_RGBD_CameraCompression2() {
 bool KV_RGBD_CameraCompression2::Construct(KV_RGBD_CameraCompression2_parameters& _param) {
   close_list(*this);
   REVERSE_NAME = true;
-  if (!depth_io::take_settings(*this, _param, kComplaints)) return false;
+  param.CopyFrom(_param);
+  if (!depth_io::complete_settings(param, kComplaints)) return false;
 
   RECORDED = false;
   INITIALISED = false;

@@ -54,7 +54,8 @@ bool KV_RGBD_CameraCompression3::Construct(KV_RGBD_CameraCompression3_parameters
   CURRENT_STAMP_INDEX = 0;
   LAST_STAMP_INDEX = 0;
   REVERSE_NAME = true;
-  if (!depth_io::take_settings(*this, _param, kComplaints)) return false;
+  param.CopyFrom(_param);
+  if (!depth_io::complete_settings(param, kComplaints)) return false;
 
   RECORDED = false;
   INITIALISED = false;

@@ -62,18 +62,6 @@ bool complete_settings(Parameters& param, const SettingComplaints& complaints) {
   return true;
 }
 
-/// Takes the settings over and completes them; false when one is missing. An engine at work then
-/// keeps those that it has: without a directory its frames would go to the file system's root.
-template <typename Engine, typename Parameters>
-bool take_settings(Engine& engine, Parameters& settings, const SettingComplaints& complaints) {
-  const bool is_at_work = engine.DepthMap != nullptr;
-  const Parameters before = engine.param;
-  engine.param.CopyFrom(settings);
-  if (complete_settings(engine.param, complaints)) return true;
-  if (is_at_work) engine.param = before;
-  return false;
-}
-
 template <typename Engine>
 void allocate_stamped_engine(Engine& engine) {
   engine.WW = kFrameWidth;

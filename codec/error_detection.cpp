@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
@@ -155,19 +154,20 @@ int ErrorFinder::finish() {
     look_at_all();
     return count_;
   }
-  take_rows_left();
+  take_pixels_left();
   if (has_strange_labels_) look_at_strange_labels();
   return count_;
 }
 
-void ErrorFinder::take_rows_left() {
-  const auto width = static_cast<std::size_t>(record_.width);
-  const std::size_t pixels = pixel_count(record_);
-  std::vector<unsigned char> row(pixel_ < pixels ? width : 0);
-  while (pixel_ < pixels) {
-    const unsigned char* const read = record_.EncodeUC2 + kBytesPerPixel * pixel_;
-    for (std::size_t i = 0; i < width; ++i) row[i] = read[kBytesPerPixel * i];
-    take_row(row.data());
+/// The image was smaller than the frame: somebody else wrote into the file.
+void ErrorFinder::take_pixels_left() {
+  for (const std::size_t pixels = pixel_count(record_); pixel_ < pixels; ++pixel_) {
+    const float reference = record_.LabelRefZ[record_.Label[pixel_]];
+    const bool is_strange = !std::isfinite(reference);
+    has_strange_labels_ = has_strange_labels_ || is_strange;
+    flag(record_.ErrorMap[pixel_],
+         !is_strange && is_moved(record_.Encode[pixel_], record_.EncodeUC2[kBytesPerPixel * pixel_],
+                                 reference));
   }
 }
 

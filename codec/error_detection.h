@@ -74,7 +74,7 @@ class ErrorFinder {
   void take_run(int label, std::size_t first, std::size_t count, const unsigned char* read);
   void flag(bool& flag, bool is_error);
   const LabelTolerance& tolerance_of(int label);
-  void take_rows_left();
+  void take_pixels_left();
   void look_at_strange_labels();
   void look_at_all();
 

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace depth_io {
@@ -78,8 +79,12 @@ std::optional<FileBytes> read_regular_file(const char* path, std::span<char> roo
   const std::size_t size = *known_size;
 
   std::unique_ptr<char[]> owned;
-  if (size > room.size() || room.empty()) owned = std::make_unique_for_overwrite<char[]>(size + 1);
-  char* const bytes = owned != nullptr ? owned.get() : room.data();
+  char* bytes = room.data();
+  if (size > room.size() || room.empty()) {
+    owned.reset(new (std::nothrow) char[size + 1]);
+    bytes = owned.get();
+  }
+  if (bytes == nullptr) return {};
   std::size_t filled = 0;
   while (filled < size) {
     const auto count =
@@ -98,6 +103,8 @@ std::FILE* open_regular_file(const char* path) {
   if (stream == nullptr) close(descriptor);
   return stream;
 }
+
+bool is_missing(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
 
 OutputFile::OutputFile(const char* path)
     : descriptor_(
@@ -194,7 +201,12 @@ ReplacedFile::ReplacedFile(std::string path)
       temporary_path_(temporary_path_beside(path_)),
       content_(temporary_path_.c_str()) {}
 
+ReplacedFile::~ReplacedFile() {
+  if (!is_finished_) unlink(temporary_path_.c_str());
+}
+
 bool ReplacedFile::put_in_place() {
+  is_finished_ = true;
   if (content_.close() && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
   unlink(temporary_path_.c_str());
   return false;

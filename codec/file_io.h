@@ -32,8 +32,8 @@ class FileBytes {
   std::size_t size_;
 };
 
-/// Reads a regular file of at most `kLargestFile` bytes. Nothing for anything else: FIFOs and
-/// devices are never waited for. Throws only when memory runs out.
+/// Reads a regular file of at most `kLargestFile` bytes. Nothing for anything else, and when there
+/// is no memory for it: FIFOs and devices are never waited for.
 std::optional<FileBytes> read_regular_file(const char* path);
 
 /// The same, into `room` when the file fits: frames are read without going through the heap, which
@@ -42,6 +42,10 @@ std::optional<FileBytes> read_regular_file(const char* path, std::span<char> roo
 
 /// Opens a regular file for reading as a stream, under the same rules; null for anything else.
 std::FILE* open_regular_file(const char* path);
+
+/// Whether what errno told about an opening means that nothing of that name is there; anything else
+/// is a fault, and may pass.
+bool is_missing(int error);
 
 /// A file being written, without a buffer. Follows no link in the last place of the path, never
 /// takes one of the descriptors 0 to 2, and remembers the first error.
@@ -103,6 +107,9 @@ class BufferedFile {
 class ReplacedFile {
  public:
   explicit ReplacedFile(std::string path);
+  ~ReplacedFile();
+  ReplacedFile(const ReplacedFile&) = delete;
+  ReplacedFile& operator=(const ReplacedFile&) = delete;
 
   BufferedFile& content() { return content_; }
   /// True when the file now stands under its name; otherwise nothing is left behind.
@@ -112,6 +119,7 @@ class ReplacedFile {
   std::string path_;
   std::string temporary_path_;
   BufferedFile content_;
+  bool is_finished_ = false;
 };
 
 }  // namespace depth_io

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <vector>
 
 #include "codec/console.h"
 #include "codec/error_detection.h"
@@ -173,14 +172,19 @@ struct CodeRows {
   }
 };
 
-bool write_code_image(struct_read_write_depth& record, char* name) {
-  if (record.width > kWidestRow) {
-    const std::size_t pixels = depth_io::pixel_count(record);
-    std::vector<unsigned char> grey(pixels);
-    depth_io::pixel_kernels().expand_codes(record.Encode, pixels, record.EncodeUC, grey.data());
-    return record.jpgfile.RGBToJpegFile(name, record.EncodeUC, record.width, record.height, false,
-                                        depth_io::kJpegQuality);
+/// For frames that are wider than any camera's.
+bool write_wide_code_image(struct_read_write_depth& record, char* name) {
+  const std::size_t pixels = depth_io::pixel_count(record);
+  unsigned char* bytes = record.EncodeUC;
+  for (std::size_t pixel = 0; pixel < pixels; ++pixel, bytes += kBytesPerPixel) {
+    std::fill_n(bytes, kBytesPerPixel, static_cast<unsigned char>(record.Encode[pixel]));
   }
+  return record.jpgfile.RGBToJpegFile(name, record.EncodeUC, record.width, record.height, false,
+                                      depth_io::kJpegQuality);
+}
+
+bool write_code_image(struct_read_write_depth& record, char* name) {
+  if (record.width > kWidestRow) return write_wide_code_image(record, name);
   CodeRows rows{record};
   const bool written = depth_io::write_grey_jpeg_file(
       name, record.width, record.height, depth_io::kJpegQuality, {CodeRows::row_of, &rows});

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
@@ -95,9 +96,7 @@ void leave_uncoded(struct_read_write_depth& record, std::size_t first) {
   std::fill(record.Encode + first, record.Encode + pixel_count(record), 0);
 }
 
-}  // namespace
-
-bool label_pixels(struct_read_write_depth& record, const float* depth_map, int& label_count) {
+bool label_all_pixels(struct_read_write_depth& record, const float* depth_map, int& label_count) {
   const std::size_t pixels = pixel_count(record);
   LabelTable labels(record.LabelRefZ, static_cast<int>(pixels));
   for (std::size_t next = 0; next < pixels;) {
@@ -110,6 +109,19 @@ bool label_pixels(struct_read_write_depth& record, const float* depth_map, int& 
   }
   label_count = labels.count();
   return true;
+}
+
+}  // namespace
+
+bool label_pixels(struct_read_write_depth& record, const float* depth_map, int& label_count) {
+  // Only a frame of very many labels wants memory.
+  try {
+    return label_all_pixels(record, depth_map, label_count);
+  } catch (const std::bad_alloc&) {
+    print_line("Memory error");
+    leave_uncoded(record, 0);
+    return false;
+  }
 }
 
 }  // namespace depth_io

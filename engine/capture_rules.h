@@ -8,8 +8,14 @@
 /// The rules of capture that the engines share, on plain data.
 namespace depth_io {
 
+#ifdef CAMERA_DEPTH_RW_SMALL_ENGINES
+// The fuzz targets try hundreds of engines a second.
+inline constexpr int kFrameWidth = 64;
+inline constexpr int kFrameHeight = 48;
+#else
 inline constexpr int kFrameWidth = 640;
 inline constexpr int kFrameHeight = 480;
+#endif
 inline constexpr int kFramePixels = kFrameWidth * kFrameHeight;
 inline constexpr int kColourBytes = kFramePixels * 3;
 

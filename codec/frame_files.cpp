@@ -119,24 +119,40 @@ ErrorFileOutcome write_error_file(const char* path, const struct_read_write_dept
   return written || outcome != ErrorFileOutcome::kWritten ? outcome : ErrorFileOutcome::kNotWritten;
 }
 
-void parse_label_map(std::string_view text, struct_read_write_depth& record) {
-  TextParser parser(text);
-  std::size_t left = pixel_count(record);
-  int* next = record.Label;
-  // Never more runs than pixels: runs of no length do not keep us here.
-  const auto most_runs = static_cast<int>(left);
-  const int runs = std::min(parser.integer().value_or(0), most_runs);
-  for (int run = 0; run < runs && left > 0; ++run) {
-    const std::optional<int> length = parser.integer();
-    const std::optional<int> label = length ? parser.integer() : std::nullopt;
+LabelRuns::LabelRuns(std::string_view text, std::size_t pixels)
+    : parser_(text),
+      // Never more runs than pixels: runs of no length do not keep us here.
+      runs_left_(std::min(parser_.integer().value_or(0), static_cast<int>(pixels))),
+      left_(pixels) {
+  read_run();
+}
+
+void LabelRuns::read_run() {
+  for (; runs_left_ > 0; --runs_left_) {
+    const std::optional<int> length = parser_.integer();
+    const std::optional<int> label = length ? parser_.integer() : std::nullopt;
     if (!label) break;
     if (*length <= 0) continue;
-    const std::size_t count = std::min(static_cast<std::size_t>(*length), left);
-    std::fill_n(next, count, *label);
-    next += count;
-    left -= count;
+    --runs_left_;
+    label_ = *label;
+    length_ = std::min(static_cast<std::size_t>(*length), left_);
+    return;
   }
-  std::fill_n(next, left, -1);
+  runs_left_ = 0;
+  label_ = -1;
+  length_ = left_;
+}
+
+void parse_label_map(std::string_view text, struct_read_write_depth& record) {
+  const std::size_t pixels = pixel_count(record);
+  if (pixels == 0) return;
+  LabelRuns runs(text, pixels);
+  for (std::size_t done = 0; done < pixels;) {
+    const std::size_t length = runs.length();
+    std::fill_n(record.Label + done, length, runs.label());
+    done += length;
+    runs.take(length);
+  }
 }
 
 ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth& record,
@@ -168,6 +184,40 @@ ErrorFileParser::ErrorFileParser(std::span<const unsigned char> bytes) : rest_(b
     }
     count = rest_[0] * 256 + rest_[1];
     rest_ = rest_.subspan(kCountSize);
+  }
+}
+
+ErrorRows::ErrorRows(std::span<const unsigned char> bytes) {
+  ErrorFileParser parser(bytes);
+  std::size_t first = std::min(bytes.size(), ErrorFileParser::kCountsSize);
+  for (int region = 0; region < kRegionCount; ++region) {
+    const std::size_t wanted =
+        static_cast<std::size_t>(parser.counts().of[region]) * ErrorFileParser::kRecordSize;
+    const std::size_t whole =
+        (bytes.size() - first) / ErrorFileParser::kRecordSize * ErrorFileParser::kRecordSize;
+    const std::size_t size = std::min(wanted, whole);
+    left_in_[region] = bytes.subspan(first, size);
+    first += size;
+    const auto& records = left_in_[region];
+    for (std::size_t i = ErrorFileParser::kRecordSize; i < size;
+         i += ErrorFileParser::kRecordSize) {
+      in_order_ = in_order_ && records[i] >= records[i - ErrorFileParser::kRecordSize];
+    }
+  }
+}
+
+void ErrorRows::put_next_row(int* exact_codes, int width) {
+  const int down = row_ / kRegionSize;
+  const int row_in_region = row_ % kRegionSize;
+  ++row_;
+  if (down >= kRegionsDown) return;
+  for (int across = 0; across < kRegionsAcross; ++across) {
+    std::span<const unsigned char>& records = left_in_[down * kRegionsAcross + across];
+    while (!records.empty() && records[0] == row_in_region) {
+      const int column = records[1] + kRegionSize * across;
+      if (column < width) exact_codes[column] = records[2];
+      records = records.subspan(ErrorFileParser::kRecordSize);
+    }
   }
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "codec/frame_format.h"
+#include "codec/text_parser.h"
 #include "codec/working_record.h"
 
 /// Writes and parses the files of one frame, see docs/format.md. Parsing works on bytes in memory
@@ -40,7 +41,35 @@ enum class ErrorFileOutcome { kWritten, kNotWritten, kCountTooLarge, kRecordOutO
 ErrorFileOutcome write_error_file(const char* path, const struct_read_write_depth& record,
                                   const RegionCounts& counts);
 
-/// Fills the record's labels from a label map; pixels that it does not describe stay -1.
+/// The runs of a label map, one after the other. Together they cover all pixels: what the map does
+/// not describe is one last run of -1.
+class LabelRuns {
+ public:
+  /// Of so many pixels, at least one.
+  LabelRuns(std::string_view text, std::size_t pixels);
+
+  /// Label of the next pixel.
+  int label() const { return label_; }
+  /// How many pixels from the next one on have it.
+  std::size_t length() const { return length_; }
+  /// Passes over so many of them.
+  void take(std::size_t count) {
+    length_ -= count;
+    left_ -= count;
+    if (length_ == 0 && left_ > 0) read_run();
+  }
+
+ private:
+  void read_run();
+
+  TextParser parser_;
+  int runs_left_;
+  std::size_t left_;  ///< pixels, those of this run included
+  int label_ = -1;
+  std::size_t length_ = 0;
+};
+
+/// Fills the record's labels from a label map.
 void parse_label_map(std::string_view text, struct_read_write_depth& record);
 
 enum class ReferenceOutcome {
@@ -70,6 +99,9 @@ struct ErrorRecord {
 /// Walks through an error file. Whatever is missing at its end is no record.
 class ErrorFileParser {
  public:
+  static constexpr std::size_t kCountsSize = 2 * kRegionCount;
+  static constexpr std::size_t kRecordSize = 3;
+
   explicit ErrorFileParser(std::span<const unsigned char> bytes);
 
   const RegionCounts& counts() const { return counts_; }
@@ -92,10 +124,26 @@ class ErrorFileParser {
   }
 
  private:
-  static constexpr std::size_t kRecordSize = 3;
-
   std::span<const unsigned char> rest_;
   RegionCounts counts_;
+};
+
+/// The records of an error file by rows, as the writer has put them; others are for
+/// `ErrorFileParser`.
+class ErrorRows {
+ public:
+  explicit ErrorRows(std::span<const unsigned char> bytes);
+
+  /// Whether each region's records stand in the order of their rows.
+  bool are_in_order() const { return in_order_; }
+
+  /// Puts the codes of the next row into its `width` places.
+  void put_next_row(int* exact_codes, int width);
+
+ private:
+  std::span<const unsigned char> left_in_[kRegionCount];
+  bool in_order_ = true;
+  int row_ = 0;
 };
 
 }  // namespace depth_io

@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
+#include <new>
+#include <optional>
 #include <span>
+#include <string_view>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
 #include "codec/file_io.h"
 #include "codec/frame_files.h"
 #include "codec/frame_names.h"
+#include "codec/jpeg_rows.h"
 #include "codec/pixel_kernels.h"
 #include "codec/prefetch.h"
 
@@ -61,39 +66,163 @@ struct FrameRead {
     if (!name.fits()) return {};
     return depth_io::read_regular_file(file_name, room);
   }
+
+  /// The same without a trace in the record.
+  std::optional<depth_io::FileBytes> look_into(const char* ending, std::span<char> room) const {
+    PathText path = name;
+    path.cut_to(0);
+    path.append(base_name).append(ending);
+    if (!path.fits()) return {};
+    return depth_io::read_regular_file(path.c_str(), room);
+  }
 };
 
-/// Of the maps, what has not been rebuilt at the end is 0: nobody takes the depths of the frame
-/// before for those of a damaged one. Filling them first would write everything twice.
-class RebuiltMaps {
+/// Makes the per-pixel arrays of the record, each row once and all of them together while it is in
+/// the caches: labels, exact codes, depths and metric maps. Whatever happens, all rows are complete
+/// at the end; depths that could not be rebuilt are 0, so that nobody takes those of the frame
+/// before for them.
+class RowRebuilder {
  public:
-  explicit RebuiltMaps(struct_read_write_depth& record) : record_(record) {}
-  ~RebuiltMaps() { clear(depth_io::pixel_count(record_) - done_); }
-  RebuiltMaps(const RebuiltMaps&) = delete;
-  RebuiltMaps& operator=(const RebuiltMaps&) = delete;
-
-  /// The next so many pixels have been rebuilt.
-  void add(std::size_t count) { done_ += count; }
-  /// The next so many pixels hold nothing.
-  void clear(std::size_t count) {
-    std::fill_n(record_.LoadedDepth + done_, count, 0.0F);
-    std::fill_n(record_.LoadedMapX + done_, count, 0.0F);
-    std::fill_n(record_.LoadedMapY + done_, count, 0.0F);
-    done_ += count;
+  explicit RowRebuilder(struct_read_write_depth& record) : record_(record) {}
+  ~RowRebuilder() {
+    while (row_ < record_.height) pass_over_row();
   }
-  std::size_t done() const { return done_; }
+  RowRebuilder(const RowRebuilder&) = delete;
+  RowRebuilder& operator=(const RowRebuilder&) = delete;
+
+  void set_labels(std::string_view label_map) {
+    if (depth_io::pixel_count(record_) > 0) {
+      runs_.emplace(label_map, depth_io::pixel_count(record_));
+    }
+  }
+  void set_label_count(int count) { label_count_ = count; }
+  void set_exact_codes(std::span<const unsigned char> error_file) {
+    error_file_ = error_file;
+    errors_.emplace(error_file);
+  }
+  /// Records that do not stand in the order of their rows are taken at the end, all at once.
+  bool can_take_rows() const { return errors_ && errors_->are_in_order(); }
+  std::size_t first_pixel() const { return static_cast<std::size_t>(row_) * width(); }
+  bool is_complete() const { return row_ == record_.height; }
+  bool found_bad_label() const { return found_bad_label_; }
+
+  /// The next row of the code image.
+  void take_row(const unsigned char* codes) {
+    prefetch_next_row();
+    start_row();
+    if (found_bad_label_) {
+      fill_labels();
+      clear_depths(0);
+    } else {
+      rebuild_depths(codes);
+    }
+    ++row_;
+  }
+
+  /// Forgets the rows that were taken: the code image was not whole.
+  void start_anew() {
+    const std::size_t taken = first_pixel();
+    std::fill_n(record_.ErrorCorrect, taken, -1);
+    std::fill_n(record_.LoadedDepth, taken, 0.0F);
+    std::fill_n(record_.LoadedMapX, taken, 0.0F);
+    std::fill_n(record_.LoadedMapY, taken, 0.0F);
+    errors_.reset();
+  }
 
  private:
-  struct_read_write_depth& record_;
-  std::size_t done_ = 0;
-};
+  std::size_t width() const { return static_cast<std::size_t>(record_.width); }
 
-void clear_record(FrameRead& frame) {
-  struct_read_write_depth& record = frame.record;
-  const std::size_t pixels = depth_io::pixel_count(record);
-  depth_io::pixel_kernels().refill(record.LabelRefZ, pixels, -1.0F);
-  std::fill_n(record.ErrorCorrect, pixels, -1);
-}
+  void prefetch_next_row() const {
+    const std::size_t next = first_pixel() + width();
+    const std::size_t bytes = width() * sizeof(float);
+    depth_io::prefetch_to_write(record_.Label + next, bytes);
+    depth_io::prefetch_to_write(record_.ErrorCorrect + next, bytes);
+    depth_io::prefetch_to_write(record_.LoadedDepth + next, bytes);
+    depth_io::prefetch_to_write(record_.LoadedMapX + next, bytes);
+    depth_io::prefetch_to_write(record_.LoadedMapY + next, bytes);
+  }
+
+  void start_row() {
+    if (row_ == 0 && errors_ && !errors_->are_in_order()) put_all_exact_codes();
+    if (exact_codes_are_there_) return;
+    std::fill_n(record_.ErrorCorrect + first_pixel(), width(), -1);
+    if (errors_) errors_->put_next_row(record_.ErrorCorrect + first_pixel(), record_.width);
+  }
+
+  void put_all_exact_codes() {
+    std::fill_n(record_.ErrorCorrect, depth_io::pixel_count(record_), -1);
+    depth_io::ErrorFileParser parser(error_file_);
+    parser.for_each_record([&](int /*down*/, int /*across*/, const depth_io::ErrorRecord& exact) {
+      if (exact.row >= record_.height || exact.column >= record_.width) return;
+      record_.ErrorCorrect[static_cast<std::size_t>(exact.row) * width() +
+                           static_cast<std::size_t>(exact.column)] = exact.code;
+    });
+    exact_codes_are_there_ = true;
+  }
+
+  void pass_over_row() {
+    start_row();
+    fill_labels();
+    clear_depths(0);
+    ++row_;
+  }
+
+  void fill_labels() {
+    int* const labels = record_.Label + first_pixel();
+    std::size_t column = 0;
+    while (column < width()) column += put_run(labels + column, width() - column);
+  }
+
+  /// Puts the next run, as much of it as there is room for; returns its length.
+  std::size_t put_run(int* labels, std::size_t room) {
+    const std::size_t count = runs_ ? std::min(runs_->length(), room) : room;
+    std::fill_n(labels, count, runs_ ? runs_->label() : -1);
+    if (runs_) runs_->take(count);
+    return count;
+  }
+
+  void clear_depths(std::size_t column) {
+    const std::size_t pixel = first_pixel() + column;
+    clear(pixel, width() - column);
+  }
+
+  void clear(std::size_t pixel, std::size_t count) {
+    std::fill_n(record_.LoadedDepth + pixel, count, 0.0F);
+    std::fill_n(record_.LoadedMapX + pixel, count, 0.0F);
+    std::fill_n(record_.LoadedMapY + pixel, count, 0.0F);
+  }
+
+  /// Kept: rows go with cx and a11, columns with cy and a22; the checks pair them alike.
+  void rebuild_depths(const unsigned char* codes) {
+    const depth_io::PixelKernels& kernels = depth_io::pixel_kernels();
+    const depth_io::RowGeometry geometry{static_cast<float>(row_) - record_.loaded_cx,
+                                         record_.loaded_a11, record_.loaded_a22, record_.loaded_cy};
+    for (std::size_t column = 0; column < width();) {
+      const std::size_t pixel = first_pixel() + column;
+      const std::size_t count = put_run(record_.Label + pixel, width() - column);
+      const int label = record_.Label[pixel];
+      found_bad_label_ = found_bad_label_ || label < -1 || label >= label_count_;
+      if (found_bad_label_ || label == -1) {
+        clear(pixel, count);
+      } else {
+        kernels.rebuild_pixels(
+            {codes + column, record_.ErrorCorrect + pixel, record_.LoadedDepth + pixel,
+             record_.LoadedMapX + pixel, record_.LoadedMapY + pixel},
+            count, record_.LabelRefZ[label], static_cast<int>(column), geometry);
+      }
+      column += count;
+    }
+  }
+
+  struct_read_write_depth& record_;
+  std::optional<depth_io::LabelRuns> runs_;
+  std::optional<depth_io::ErrorRows> errors_;
+  std::span<const unsigned char> error_file_;
+  bool exact_codes_are_there_ = false;
+  int label_count_ = 0;
+  int row_ = 0;
+  bool found_bad_label_ = false;
+};
 
 bool report_unopened(const FrameRead& frame, const char* ending) {
   if (frame.speaks) {
@@ -101,17 +230,6 @@ bool report_unopened(const FrameRead& frame, const char* ending) {
   }
   frame.wait_when_traced();
   return false;
-}
-
-bool load_label_map(FrameRead& frame) {
-  char room[depth_io::kUsualFile];
-  const auto file = frame.open(depth_io::kLabelMapEnding, room);
-  if (!file) {
-    std::fill_n(frame.record.Label, depth_io::pixel_count(frame.record), -1);
-    return report_unopened(frame, depth_io::kLabelMapEnding);
-  }
-  depth_io::parse_label_map(file->text(), frame.record);
-  return true;
 }
 
 bool report_wrong_word(const FrameRead& frame, const char* complaint) {
@@ -155,36 +273,38 @@ Loaded load_references(FrameRead& frame) {
   return Loaded::kGoOn;
 }
 
-bool load_code_image(FrameRead& frame) {
+/// Hands the rows of the code image on while they are decoded.
+struct CodeRows {
+  RowRebuilder& rebuilder;
+  int width;
+
+  static void take(void* context, const unsigned char* grey, int width) {
+    const auto& rows = *static_cast<CodeRows*>(context);
+    if (width == rows.width && !rows.rebuilder.is_complete()) rows.rebuilder.take_row(grey);
+  }
+};
+
+bool load_code_image(FrameRead& frame, RowRebuilder& rebuilder) {
   const char* const name = frame.name_with(depth_io::kJpegEnding);
   const std::span<unsigned char> codes(frame.record.EncodeUC,
                                        kBytesPerPixel * depth_io::pixel_count(frame.record));
-  if (frame.name.fits() && depth_io::read_jpeg_file(name, codes).decoded) return true;
+  CodeRows rows{rebuilder, frame.record.width};
+  depth_io::RowSink sink{};
+  if (rebuilder.can_take_rows()) sink = {CodeRows::take, &rows};
+  if (frame.name.fits() && depth_io::read_jpeg_file(name, codes, sink).decoded) return true;
+  rebuilder.start_anew();
   frame.say(" - ERROR - load_compressed_data - loading JpegFileToRGB failed !!!");
   frame.wait_when_traced();
   return false;
 }
 
-bool load_corrections(FrameRead& frame) {
-  struct_read_write_depth& record = frame.record;
-  char room[depth_io::kUsualFile];
-  const auto file = frame.open(depth_io::kErrorEnding, room);
-  if (!file) {
-    if (frame.speaks) {
-      print(" - ERROR - load_compressed_data - failed to load '%s%s'\n", frame.base_name,
-            depth_io::kErrorEnding);
-    }
-    frame.wait_when_traced();
-    return false;
+bool report_no_corrections(const FrameRead& frame) {
+  if (frame.speaks) {
+    print(" - ERROR - load_compressed_data - failed to load '%s%s'\n", frame.base_name,
+          depth_io::kErrorEnding);
   }
-  depth_io::ErrorFileParser parser(file->bytes());
-  parser.for_each_record([&](int /*down*/, int /*across*/, const depth_io::ErrorRecord& exact) {
-    if (exact.row >= record.height || exact.column >= record.width) return;
-    record
-        .ErrorCorrect[static_cast<std::size_t>(exact.row) * static_cast<std::size_t>(record.width) +
-                      static_cast<std::size_t>(exact.column)] = exact.code;
-  });
-  return true;
+  frame.wait_when_traced();
+  return false;
 }
 
 bool report_bad_pixel(const FrameRead& frame, const char* complaint) {
@@ -193,81 +313,65 @@ bool report_bad_pixel(const FrameRead& frame, const char* complaint) {
   return false;
 }
 
-/// What the metric maps of a row are made with. Kept: rows go with cx and a11, columns with cy and
-/// a22; the checks pair them alike.
-depth_io::RowGeometry geometry_of(const struct_read_write_depth& record, int row) {
-  return {static_cast<float>(row) - record.loaded_cx, record.loaded_a11, record.loaded_a22,
-          record.loaded_cy};
-}
-
-/// What is read and written next, while this row is worked on.
-void prefetch_row(const struct_read_write_depth& record, std::size_t first_pixel) {
-  const std::size_t bytes = static_cast<std::size_t>(record.width) * sizeof(float);
-  depth_io::prefetch(record.Label + first_pixel, bytes);
-  depth_io::prefetch(record.ErrorCorrect + first_pixel, bytes);
-  depth_io::prefetch_to_write(record.LoadedDepth + first_pixel, bytes);
-  depth_io::prefetch_to_write(record.LoadedMapX + first_pixel, bytes);
-  depth_io::prefetch_to_write(record.LoadedMapY + first_pixel, bytes);
-}
-
-/// Rebuilds a row, run by run of one label; false at a pixel that cannot be.
-bool rebuild_row(const FrameRead& frame, int row, RebuiltMaps& maps) {
-  const struct_read_write_depth& record = frame.record;
-  const depth_io::PixelKernels& kernels = depth_io::pixel_kernels();
-  const depth_io::RowGeometry geometry = geometry_of(record, row);
-  const std::size_t end = maps.done() + static_cast<std::size_t>(record.width);
-  while (maps.done() < end) {
-    const std::size_t pixel = maps.done();
-    const int label = record.Label[pixel];
-    if (label < -1 || label >= frame.label_count) {
-      return report_bad_pixel(frame, " - ERROR - load_compressed_data - label wrong");
+/// Rows that were not taken while the image was decoded: the record's own image tells them.
+bool rebuild_rows_left(FrameRead& frame, RowRebuilder& rebuilder) {
+  const auto width = static_cast<std::size_t>(frame.record.width);
+  if (rebuilder.is_complete() || width == 0) return true;
+  const std::unique_ptr<unsigned char[]> row(new (std::nothrow) unsigned char[width]);
+  if (row == nullptr) {
+    frame.say("Memory error");
+    return false;
+  }
+  while (!rebuilder.is_complete()) {
+    const unsigned char* const codes =
+        frame.record.EncodeUC + kBytesPerPixel * rebuilder.first_pixel();
+    for (std::size_t column = 0; column < width; ++column) {
+      row[column] = codes[kBytesPerPixel * column];
     }
-    const std::size_t count = kernels.run_length(record.Label + pixel, end - pixel);
-    if (label == -1) {
-      maps.clear(count);
-      continue;
-    }
-    const int column = record.width - static_cast<int>(end - pixel);
-    kernels.rebuild_pixels(
-        {record.EncodeUC + kBytesPerPixel * pixel, record.ErrorCorrect + pixel,
-         record.LoadedDepth + pixel, record.LoadedMapX + pixel, record.LoadedMapY + pixel},
-        count, record.LabelRefZ[label], column, geometry);
-    maps.add(count);
+    rebuilder.take_row(row.get());
   }
   return true;
 }
 
-/// Depth and metric maps from labels, codes and corrections.
-bool rebuild_depth(FrameRead& frame, RebuiltMaps& maps) {
-  for (int row = 0; row < frame.record.height; ++row) {
-    prefetch_row(frame.record, maps.done() + static_cast<std::size_t>(frame.record.width));
-    if (!rebuild_row(frame, row, maps)) return false;
+/// What follows once labels and references are known.
+bool read_depths(FrameRead& frame, RowRebuilder& rebuilder) {
+  char room[depth_io::kUsualFile];
+  const auto errors = frame.look_into(depth_io::kErrorEnding, room);
+  rebuilder.set_label_count(frame.label_count);
+  if (errors) rebuilder.set_exact_codes(errors->bytes());
+  frame.trace("DEBUG - load_compressed_data  - 5");
+  if (!load_code_image(frame, rebuilder)) return false;
+  frame.trace("DEBUG - load_compressed_data  - 6");
+  frame.name_with(depth_io::kErrorEnding);
+  if (!errors) return report_no_corrections(frame);
+  frame.trace("DEBUG - load_compressed_data  - 6 b");
+  frame.trace("DEBUG - load_compressed_data  - 7");
+  if (!rebuild_rows_left(frame, rebuilder)) return false;
+  if (rebuilder.found_bad_label()) {
+    return report_bad_pixel(frame, " - ERROR - load_compressed_data - label wrong");
   }
+  frame.trace("DEBUG - load_compressed_data  - done");
+  frame.wait_when_traced();
   return true;
 }
 
 bool read_frame(FrameRead frame) {
   if (frame.base_name == nullptr || frame.record.Label == nullptr) return false;
   if (frame.traces()) print("DEBUG - load_compressed_data  - 1 '%s'\n", frame.base_name);
-  RebuiltMaps maps(frame.record);
-  clear_record(frame);
+  char room[depth_io::kUsualFile];
+  RowRebuilder rebuilder(frame.record);
+  depth_io::pixel_kernels().refill(frame.record.LabelRefZ, depth_io::pixel_count(frame.record),
+                                   -1.0F);
   frame.trace("DEBUG - load_compressed_data  - 2 ");
   if (frame.speaks) print("reading compressed data '%s'\n", frame.base_name);
   frame.trace("DEBUG - load_compressed_data  - 3");
-  if (!load_label_map(frame)) return false;
+  const auto label_map = frame.open(depth_io::kLabelMapEnding, room);
+  if (!label_map) return report_unopened(frame, depth_io::kLabelMapEnding);
+  rebuilder.set_labels(label_map->text());
   frame.trace("DEBUG - load_compressed_data  - 4");
   const Loaded references = load_references(frame);
-  if (references != Loaded::kGoOn) return references == Loaded::kNothingMore;
-  frame.trace("DEBUG - load_compressed_data  - 5");
-  if (!load_code_image(frame)) return false;
-  frame.trace("DEBUG - load_compressed_data  - 6");
-  if (!load_corrections(frame)) return false;
-  frame.trace("DEBUG - load_compressed_data  - 6 b");
-  frame.trace("DEBUG - load_compressed_data  - 7");
-  if (!rebuild_depth(frame, maps)) return false;
-  frame.trace("DEBUG - load_compressed_data  - done");
-  frame.wait_when_traced();
-  return true;
+  if (references == Loaded::kGoOn) return read_depths(frame, rebuilder);
+  return references == Loaded::kNothingMore;
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ struct RowGeometry {
 
 /// What a row of a frame is rebuilt from, and into; all at the same pixel.
 struct RowPixels {
-  const unsigned char* codes;  ///< three bytes a pixel
+  const unsigned char* codes;  ///< as the JPEG gives them
   const int* exact_code;       ///< -1: none
   float* depth;
   float* map_x;

@@ -185,7 +185,7 @@ TEST(PixelKernels, RebuildsDepthsAndMapsInTheOrderOfThePlainLoop) {
   for (const PixelKernels* kernels : kBuilds) {
     for (const std::size_t size : kSizes) {
       for (const float reference : {0.0F, 1.7F, 254.5F, kNaN}) {
-        std::vector<unsigned char> codes(3 * size);
+        std::vector<unsigned char> codes(size);
         std::vector<int> exact(size, -1);
         for (unsigned char& code : codes) code = static_cast<unsigned char>(byte(random));
         for (int& code : exact) code = byte(random) < 40 ? byte(random) : -1;
@@ -194,7 +194,7 @@ TEST(PixelKernels, RebuildsDepthsAndMapsInTheOrderOfThePlainLoop) {
         kernels->rebuild_pixels({codes.data(), exact.data(), depth.data(), x.data(), y.data()},
                                 size, reference, 11, geometry);
         for (std::size_t i = 0; i < size; ++i) {
-          const int code = exact[i] >= 0 ? exact[i] : codes[3 * i];
+          const int code = exact[i] >= 0 ? exact[i] : codes[i];
           const float z = clamp_depth(static_cast<float>(code) / 100.0F - 1.25F + reference);
           expected[i] = z;
           expected_x[i] = geometry.x * z / geometry.a11;

@@ -196,7 +196,7 @@ TEST_F(Depthrw, TruncatedFilesAreFound) {
     const std::string whole = read_file(path("rec/" + file));
     write_file(path("rec/" + file), whole.substr(0, whole.size() - whole.size() / 4 - 1));
     const ProgramResult result = run_program({"verify", path("rec")});
-    EXPECT_EQ(result.status, 1) << file;
+    EXPECT_EQ(result.status, 3) << file;
     EXPECT_THAT(result.messages, HasSubstr("'" + file + "'")) << file;
     write_file(path("rec/" + file), whole);
   }
@@ -296,7 +296,7 @@ TEST_F(Depthrw, NeverWaitsForAKey) {
   // A damaged reference file makes the library want one; the runner's input never brings it.
   write_file(path("rec/depth-00000000.ref"), "nothing");
   EXPECT_EQ(run_program({"play", path("rec")}).status, 1);
-  EXPECT_EQ(run_program({"verify", path("rec")}).status, 1);
+  EXPECT_EQ(run_program({"verify", path("rec")}).status, 3);
 }
 
 TEST_F(Depthrw, KeepsToRealTime) {
@@ -314,15 +314,16 @@ TEST_F(Depthrw, TimesWithoutADescriptionCannotBeCompared) {
   EXPECT_THAT(result.messages, HasSubstr("recording.json"));
 }
 
-TEST_F(Depthrw, ForeignFilesAreLeftAlone) {
+TEST_F(Depthrw, ForeignFilesAreToldAndMakeNoFrameBad) {
   record("flat", "1");
   for (const char* name : {"depth-.rle", "depth-x.rle", "depth-00000000.rle.txt", "notes-1.jpg",
                            "depth-9999999999.rle", "depth--0000001.rle", "depth.rle"}) {
     write_file(path(std::string("rec/") + name), "");
   }
   const ProgramResult result = run_program({"verify", path("rec")});
-  EXPECT_EQ(result.status, 0) << result.messages;
+  EXPECT_EQ(result.status, 3) << result.messages;
   EXPECT_THAT(result.output, HasSubstr("1 checked, 1 good"));
+  EXPECT_THAT(result.output, HasSubstr("7 files or folders"));
 }
 
 }  // namespace

@@ -112,8 +112,8 @@ TEST_F(DepthrwUsage, HelpAndVersionAreData) {
 }
 
 TEST_F(DepthrwUsage, EveryCommandHelps) {
-  for (const char* command :
-       {"record", "play", "verify", "info", "catalogue", "dump", "scripts", "summaries"}) {
+  for (const char* command : {"record", "play", "verify", "info", "catalogue", "repair", "dump",
+                              "scripts", "summaries"}) {
     const ProgramResult result = run_program({command, "--help"});
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.output, HasSubstr(command));

@@ -19,6 +19,10 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   try {
     depth_io::bench::register_frame_cases();
+    depth_io::bench::register_capture_cases();
+    depth_io::bench::register_engine_cases();
+    depth_io::bench::register_catalogue_cases();
+    depth_io::bench::register_growth_cases();
     depth_io::bench::register_camera_cases();
     benchmark::RunSpecifiedBenchmarks();
   } catch (const std::exception& failure) {

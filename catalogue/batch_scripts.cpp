@@ -3,15 +3,20 @@
 #include <string_view>
 
 #include "catalogue/catalogue.h"
+#include "catalogue/memory_guard.h"
 #include "codec/console.h"
 #include "codec/file_io.h"
 #include "codec/frame_names.h"
 #include "codec/text_parser.h"
 
+using depth_io::count_or_report;
 using depth_io::print;
 using depth_io::print_line;
 
 namespace {
+
+constexpr char kCreatingScript[] = "batch_create_empty_sub_dir.sh";
+constexpr char kReadingScript[] = "batch_read_sub_dir.sh";
 
 /// Longest word of a shell's listing that is taken; recorded names are far shorter.
 constexpr std::size_t kLongestWord = 99;
@@ -57,37 +62,32 @@ bool write_summary(const std::string& path, const Listing& listing) {
   return summary.put_in_place();
 }
 
-}  // namespace
-
-void CreateSubDirBatch(char* directory, int MaxNbSubDirectories) {
-  print_line("CreateSubDirBatch");
-  depth_io::ReplacedFile script("batch_create_empty_sub_dir.sh");
+int write_creating_script(const char* directory, int sub_directories) {
+  depth_io::ReplacedFile script(kCreatingScript);
   depth_io::BufferedFile& lines = script.content();
   const std::string path = text_or_empty(directory);
   lines.write("mkdir " + path + "\n");
   lines.write("cd " + path + "\n");
-  for (int i = 0; i < MaxNbSubDirectories; ++i) lines.write("mkdir " + number_of(i) + "\n");
-  script.put_in_place();
+  for (int i = 0; i < sub_directories; ++i) lines.write("mkdir " + number_of(i) + "\n");
+  return script.put_in_place() ? 1 : 0;
 }
 
-void ReadSubDirBatch_part1(char* directory, int MaxNbSubDirectories) {
-  print_line("ReadSubDirBatch_part1");
-  depth_io::ReplacedFile script("batch_read_sub_dir.sh");
+int write_reading_script(const char* directory, int sub_directories) {
+  depth_io::ReplacedFile script(kReadingScript);
   depth_io::BufferedFile& lines = script.content();
   lines.write("cd " + text_or_empty(directory) + "\n");
-  for (int i = 0; i < MaxNbSubDirectories; ++i) {
+  for (int i = 0; i < sub_directories; ++i) {
     lines.write("cd " + number_of(i) + "\n");
     lines.write("ls *.rle > ls.txt\n");
     lines.write("cd ..\n");
   }
-  script.put_in_place();
-  print_line("SUCCESS. NOW RUN ./batch_read_sub_dir.sh BEFORE running ReadSubDirBatch_part2");
+  return script.put_in_place() ? 1 : 0;
 }
 
-void ReadSubDirBatch_part2(char* directory, int MaxNbSubDirectories) {
-  print_line("ReadSubDirBatch_part2");
+int write_summaries(const char* directory, int sub_directories) {
   const std::string recording = text_or_empty(directory);
-  for (int i = 0; i < MaxNbSubDirectories; ++i) {
+  int written = 0;
+  for (int i = 0; i < sub_directories; ++i) {
     const std::string listing_path = recording + "/" + number_of(i) + "/ls.txt";
     print("ReadSubDirBatch_part2 - open '%s' to scan\n", listing_path.c_str());
     const auto file = depth_io::read_regular_file(listing_path.c_str());
@@ -97,18 +97,47 @@ void ReadSubDirBatch_part2(char* directory, int MaxNbSubDirectories) {
     print("ReadSubDirBatch_part2 - open '%s' to write start and stop\n", path.c_str());
     if (!write_summary(path, *listing)) {
       depth_io::print_line_and_wait("error opening");
-      return;
+      return written;
     }
+    ++written;
   }
+  return written;
 }
 
-int ReadNbSubDir(char* directory, int MaxNbSubDirectories) {
-  print_line("ReadNbSubDir");
+int count_summaries(const char* directory, int sub_directories) {
   const std::string recording = text_or_empty(directory);
-  for (int i = 0; i < MaxNbSubDirectories; ++i) {
+  for (int i = 0; i < sub_directories; ++i) {
     const std::string path = summary_path(recording, i);
     print("ReadNbSubDir - open '%s' to scan\n", path.c_str());
     if (!depth_io::read_regular_file(path.c_str())) return i;
   }
-  return MaxNbSubDirectories > 0 ? MaxNbSubDirectories : 0;
+  return sub_directories > 0 ? sub_directories : 0;
+}
+
+}  // namespace
+
+void CreateSubDirBatch(char* directory, int MaxNbSubDirectories) {
+  print_line("CreateSubDirBatch");
+  if (count_or_report([&] { return write_creating_script(directory, MaxNbSubDirectories); }) == 0) {
+    print("ERROR failed to write '%s'\n", kCreatingScript);
+  }
+}
+
+void ReadSubDirBatch_part1(char* directory, int MaxNbSubDirectories) {
+  print_line("ReadSubDirBatch_part1");
+  if (count_or_report([&] { return write_reading_script(directory, MaxNbSubDirectories); }) == 0) {
+    print("ERROR failed to write '%s'\n", kReadingScript);
+    return;
+  }
+  print_line("SUCCESS. NOW RUN ./batch_read_sub_dir.sh BEFORE running ReadSubDirBatch_part2");
+}
+
+void ReadSubDirBatch_part2(char* directory, int MaxNbSubDirectories) {
+  print_line("ReadSubDirBatch_part2");
+  count_or_report([&] { return write_summaries(directory, MaxNbSubDirectories); });
+}
+
+int ReadNbSubDir(char* directory, int MaxNbSubDirectories) {
+  print_line("ReadNbSubDir");
+  return count_or_report([&] { return count_summaries(directory, MaxNbSubDirectories); });
 }

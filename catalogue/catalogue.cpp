@@ -5,10 +5,12 @@
 #include <string>
 
 #include "catalogue/folder_scan.h"
+#include "catalogue/memory_guard.h"
 #include "codec/console.h"
 #include "codec/file_io.h"
 #include "codec/text_parser.h"
 
+using depth_io::count_or_report;
 using depth_io::FolderContent;
 using depth_io::Links;
 using depth_io::print;
@@ -46,6 +48,11 @@ bool fits_rows(const depth_io_ClassBufferChar1D& table, const std::string& entry
   return table.N1D < 1 || static_cast<int>(entry.size()) < table.arr1D[0].N;
 }
 
+/// Kept: a file that cannot be written changes no result; it is told.
+void put_in_place(depth_io::ReplacedFile& file, const std::string& path) {
+  if (!file.put_in_place()) print("ERROR failed to write '%s'\n", path.c_str());
+}
+
 depth_io::ReplacedFile announce_and_open(const std::string& path) {
   print("(ListEntriesInDir) opening for writing %s\n", path.c_str());
   return depth_io::ReplacedFile(path);
@@ -75,16 +82,17 @@ bool write_sub_directory_files(const std::string& directory, const std::string& 
     return entries[static_cast<std::size_t>(order[i])];
   };
 
-  depth_io::ReplacedFile list = announce_and_open(directory + "/" + name + "/list.txt");
+  const std::string list_path = directory + "/" + name + "/list.txt";
+  depth_io::ReplacedFile list = announce_and_open(list_path);
   for (std::size_t i = 0; i < entries.size(); ++i)
     write_numbered(list.content(), "", i, by_time(i));
-  list.put_in_place();
+  put_in_place(list, list_path);
 
   const std::string info_path = directory + "/info" + name + ".txt";
   depth_io::ReplacedFile info = announce_and_open(info_path);
   write_numbered(info.content(), "start ", 0, by_time(0));
   write_numbered(info.content(), "end ", entries.size() - 1, by_time(entries.size() - 1));
-  info.put_in_place();
+  put_in_place(info, info_path);
 
   // Only a directory comes here; the flag is part of the line.
   print("'%s' subdir %d nbfiles %d (%s)\n", name.c_str(), 1, content.files, info_path.c_str());
@@ -92,22 +100,16 @@ bool write_sub_directory_files(const std::string& directory, const std::string& 
 }
 
 void write_recording_info(const std::string& directory, int sub_directories) {
-  depth_io::ReplacedFile info = announce_and_open(directory + "/info.txt");
+  const std::string path = directory + "/info.txt";
+  depth_io::ReplacedFile info = announce_and_open(path);
   info.content().write("nb_sub_dir ");
   info.content().write_int(sub_directories);
   info.content().write("\n");
-  info.put_in_place();
+  put_in_place(info, path);
   print("nb_sub_dir %d\n", sub_directories);
 }
 
-}  // namespace
-
-int ListEntriesInDir(const char* dirname) {
-  print_line(
-      " - INFO - listing sub folders and creating info.txt for each of them and a list.txt for "
-      "their content");
-  if (dirname == nullptr) return 0;
-  const std::string directory = dirname;
+int list_recording(const std::string& directory) {
   const auto names = depth_io::list_names(directory, Links::kFollow);
   if (!names) return 0;
   int sub_directories = 0;
@@ -121,35 +123,38 @@ int ListEntriesInDir(const char* dirname) {
   return sub_directories;
 }
 
-int ListEntriesInSubDir(const char* dirname, depth_io_ClassBufferChar1D& SortedStamps,
-                        depth_io_ClassBufferChar1D& TimeStamps,
-                        depth_io_ClassBufferDOUBLE& UnixTimes,
-                        depth_io_ClassBufferINT& SortedIndex) {
-  SortedStamps.ResetCounter();
-  TimeStamps.ResetCounter();
-  if (dirname == nullptr) return 0;
+/// The caller's tables of a directory's frames.
+struct FrameTables {
+  depth_io_ClassBufferChar1D& sorted_stamps;
+  depth_io_ClassBufferChar1D& stamps;
+  depth_io_ClassBufferDOUBLE& times;
+  depth_io_ClassBufferINT& order;
+};
+
+int list_frames(const char* dirname, FrameTables& tables) {
   auto content = depth_io::scan_folder(dirname, Links::kFollow);
   if (!content || content->entries.empty()) return 0;
   std::vector<std::string>& entries = content->entries;
   std::erase_if(entries, [&](const std::string& entry) {
-    return !fits_rows(TimeStamps, entry) || !fits_rows(SortedStamps, entry);
+    return !fits_rows(tables.stamps, entry) || !fits_rows(tables.sorted_stamps, entry);
   });
-  const int most = std::min({SortedStamps.N1D, TimeStamps.N1D, UnixTimes.N, SortedIndex.N});
+  const int most =
+      std::min({tables.sorted_stamps.N1D, tables.stamps.N1D, tables.times.N, tables.order.N});
   keep_first(entries, static_cast<std::size_t>(std::max(most, 0)));
 
   const int count = static_cast<int>(entries.size());
-  for (std::string& entry : entries) TimeStamps.Insert(entry.data());
-  if (!find_times(entries, UnixTimes.buffer)) return 0;
-  BubbleSort(count, UnixTimes.buffer, SortedIndex.buffer, count);
+  for (std::string& entry : entries) tables.stamps.Insert(entry.data());
+  if (!find_times(entries, tables.times.buffer)) return 0;
+  BubbleSort(count, tables.times.buffer, tables.order.buffer, count);
   for (int i = 0; i < count; ++i) {
-    SortedStamps.Insert(entries[static_cast<std::size_t>(SortedIndex.buffer[i])].data());
+    tables.sorted_stamps.Insert(entries[static_cast<std::size_t>(tables.order.buffer[i])].data());
   }
   print("nbfiles %d nbframes %d (%s)\n", content->files, count, dirname);
   return count;
 }
 
-int ReadInfoNbSubDir(char* dirname) {
-  const std::string path = std::string(dirname == nullptr ? "" : dirname) + "/info.txt";
+int read_recording_info(const std::string& directory) {
+  const std::string path = directory + "/info.txt";
   print("opening for reading nb sub directories '%s'\n", path.c_str());
   const auto file = depth_io::read_regular_file(path.c_str());
   if (!file) {
@@ -164,6 +169,31 @@ int ReadInfoNbSubDir(char* dirname) {
   const int count = parser.integer().value_or(0);
   print(" => %d sub directories\n", count);
   return count;
+}
+
+}  // namespace
+
+int ListEntriesInDir(const char* dirname) {
+  print_line(
+      " - INFO - listing sub folders and creating info.txt for each of them and a list.txt for "
+      "their content");
+  if (dirname == nullptr) return 0;
+  return count_or_report([&] { return list_recording(dirname); });
+}
+
+int ListEntriesInSubDir(const char* dirname, depth_io_ClassBufferChar1D& SortedStamps,
+                        depth_io_ClassBufferChar1D& TimeStamps,
+                        depth_io_ClassBufferDOUBLE& UnixTimes,
+                        depth_io_ClassBufferINT& SortedIndex) {
+  SortedStamps.ResetCounter();
+  TimeStamps.ResetCounter();
+  if (dirname == nullptr) return 0;
+  FrameTables tables{SortedStamps, TimeStamps, UnixTimes, SortedIndex};
+  return count_or_report([&] { return list_frames(dirname, tables); });
+}
+
+int ReadInfoNbSubDir(char* dirname) {
+  return count_or_report([&] { return read_recording_info(dirname == nullptr ? "" : dirname); });
 }
 
 int countEntriesInDir_main(int argc, char** argv) {

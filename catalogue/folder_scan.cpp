@@ -5,10 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <string_view>
 #include <utility>
 
+#include "codec/console.h"
+#include "codec/file_io.h"
 #include "codec/frame_names.h"
 #include "codec/timestamps.h"
 
@@ -27,8 +30,16 @@ std::unique_ptr<DIR, CloseDirectory> open_directory(const std::string& path, Lin
   const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | no_follow);
   if (descriptor < 0) return nullptr;
   DIR* const directory = fdopendir(descriptor);
-  if (directory == nullptr) close(descriptor);
+  if (directory == nullptr) {
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+  }
   return std::unique_ptr<DIR, CloseDirectory>(directory);
+}
+
+void report_unread(const std::string& path) {
+  print("ERROR failed to read the directory '%s'\n", path.c_str());
 }
 
 /// Blanks and control characters would break the lines of a catalogue file.
@@ -50,13 +61,21 @@ std::string_view entry_of(std::string_view name) {
 
 std::optional<std::vector<std::string>> list_names(const std::string& path, Links links) {
   const auto directory = open_directory(path, links);
-  if (directory == nullptr) return {};
+  if (directory == nullptr) {
+    if (!is_missing(errno)) report_unread(path);
+    return {};
+  }
   std::vector<std::string> names;
-  while (const dirent* const entry = readdir(directory.get())) {
+  for (;;) {
+    errno = 0;
+    const dirent* const entry = readdir(directory.get());
+    if (entry == nullptr) break;
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.emplace_back(name);
   }
-  return names;
+  if (errno == 0) return names;
+  report_unread(path);
+  return {};
 }
 
 std::optional<FolderContent> scan_folder(const std::string& path, Links links) {

@@ -22,8 +22,9 @@ enum class Links { kFollow, kRefuse };
 /// Reads a directory; nothing when it cannot be opened as one.
 std::optional<FolderContent> scan_folder(const std::string& path, Links links);
 
-/// Names in a directory, without "." and "..", in directory order; nothing when it cannot be
-/// opened.
+/// Names in a directory, without "." and "..", in directory order; nothing when it is none. One
+/// that cannot be read is told, and gives nothing, too: half of its names could pass for all of
+/// them.
 std::optional<std::vector<std::string>> list_names(const std::string& path, Links links);
 
 /// Seconds since 1970 of the moment that an entry begins with; nothing when that cannot be parsed.

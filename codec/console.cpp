@@ -70,7 +70,18 @@ void print(const char* format, ...) {
   send(long_text.get(), size);
 }
 
-void print_line(const char* text) { print("%s\n", text); }
+void print_line(const char* text) {
+  // Some lines come once for each pixel of a frame.
+  char line[128];
+  const std::size_t length = std::strlen(text);
+  if (length + 1 > sizeof line) {
+    print("%s\n", text);
+    return;
+  }
+  std::memcpy(line, text, length);
+  line[length] = '\n';
+  send(line, length + 1);
+}
 
 void wait_for_key() { console().wait(console().wait_context); }
 

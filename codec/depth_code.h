@@ -28,6 +28,9 @@ inline constexpr std::array<float, kLargestCode + 1> kCodeOffsets = [] {
   return offsets;
 }();
 
+/// How far a pixel's code may be from its depth, metres: half a step, and what rounding adds.
+inline constexpr float kCodeTolerance = 0.005001F;
+
 inline bool is_valid_code(int code) { return code >= 0 && code <= kLargestCode; }
 
 /// Depth (metres) of a valid code.

@@ -2,86 +2,205 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <cstdlib>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
 #include "codec/frame_writer.h"
+#include "codec/prefetch.h"
 
 namespace depth_io {
 namespace {
 
-constexpr int kBytesPerPixel = 3;
+constexpr std::size_t kBytesPerPixel = 3;
+constexpr int kCodeCount = kLargestCode + 1;
 
-/// Code steps by which the JPEG may move a code of a label, whatever the rounding. Each step of the
-/// tolerance is one code step, so fewer of them than the depth's own are within it; 0 where the
-/// code has to be looked at, for it is near the ends of the range or no number.
-class TolerableSteps {
- public:
-  TolerableSteps(const float* references, int labels)
-      : references_(references), tabled_(std::min(labels, kTabledLabels)) {
-    for (int label = 0; label < tabled_; ++label) {
-      for (int code = 0; code <= kLargestCode; ++code) {
-        steps_[label][code] = static_cast<unsigned char>(find(label, code));
-      }
+/// Whether a pixel that was written with one code and read with another gets an error record.
+bool is_moved(int written_code, int read_code, float reference) {
+  const float written_depth = decode_depth(written_code, reference);
+  const float read_depth = clamp_depth(decode_depth(read_code, reference));
+  return std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth);
+}
+
+/// Lowest code that stands for `depth` or more; `kCodeCount` when there is none.
+int first_code_from(float depth, float reference) {
+  int low = 0;
+  int high = kCodeCount;
+  while (low < high) {
+    const int middle = (low + high) / 2;
+    if (decode_depth(middle, reference) >= depth) {
+      high = middle;
+    } else {
+      low = middle + 1;
     }
   }
+  return low;
+}
 
-  int of(int label, int code) const {
-    return label < tabled_ ? steps_[label][code] : find(label, code);
+/// Codes that a code may be read as. The further it is moved, the further its depth: what is within
+/// the tolerance lies side by side, with the code itself in it, if there is anything.
+void find_range(int code, float reference, LabelTolerance& tolerance) {
+  int lowest = code;
+  int highest = code;
+  if (is_moved(code, code, reference)) {
+    lowest = kLargestCode;
+    highest = 0;
+  } else {
+    while (lowest > 0 && !is_moved(code, lowest - 1, reference)) --lowest;
+    while (highest < kLargestCode && !is_moved(code, highest + 1, reference)) ++highest;
   }
+  tolerance.lowest[code] = static_cast<unsigned char>(lowest);
+  tolerance.highest[code] = static_cast<unsigned char>(highest);
+}
 
- private:
-  /// Real frames have fewer labels.
-  static constexpr int kTabledLabels = 32;
+/// Each step of the tolerance is one code step, so fewer of them than the depth's own are within
+/// it, and more are not; as many are mostly a matter of rounding.
+void find_regular_range(int code, int steps, float reference, LabelTolerance& tolerance) {
+  const bool up = code + steps <= kLargestCode && !is_moved(code, code + steps, reference);
+  const bool down = code - steps >= 0 && !is_moved(code, code - steps, reference);
+  if (up) tolerance.up_by_all.add(code);
+  if (down) tolerance.down_by_all.add(code);
+  tolerance.lowest[code] = static_cast<unsigned char>(std::max(code - steps + (down ? 0 : 1), 0));
+  tolerance.highest[code] =
+      static_cast<unsigned char>(std::min(code + steps - (up ? 0 : 1), kLargestCode));
+}
 
-  int find(int label, int code) const {
-    constexpr float kFarFromClamping = 250.0F;
-    const float depth = decode_depth(code, references_[label]);
-    const bool is_inside = depth >= kSmallestDepth && depth <= kFarFromClamping;
-    if (!is_inside) return 0;
-    return 1 + int{depth >= 1.0F} + int{depth >= 2.0F} + int{depth >= 3.0F} + int{depth >= 4.0F};
-  }
-
-  const float* references_;
-  int tabled_;
-  unsigned char steps_[kTabledLabels][kLargestCode + 1];
-};
+bool has_mask(const struct_read_write_depth& record) {
+  return std::any_of(record.RLE_Val, record.RLE_Val + record.RLE_NbNb,
+                     [](int label) { return label < 0; });
+}
 
 }  // namespace
 
-bool find_errors(struct_read_write_depth& record, int label_count, int& error_count) {
-  error_count = 0;
-  const std::size_t pixels = pixel_count(record);
-  const int* const label_of = record.Label;
-  const float* const references = record.LabelRefZ;
-  const TolerableSteps tolerable(references, label_count);
-  // Kept: the cursors move on at labelled pixels only, so with a mask the bytes compared behind the
-  // first unlabelled pixel belong to an earlier one. Recordings depend on the records so chosen.
-  const unsigned char* written = record.EncodeUC;
-  const unsigned char* read = record.EncodeUC2;
-  for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
-    const int label = label_of[pixel];
-    if (label < 0) continue;
-    const int written_code = *written;
-    const int read_code = *read;
-    written += kBytesPerPixel;
-    read += kBytesPerPixel;
-    if (!is_valid_code(written_code) || !is_valid_code(read_code)) {
-      print_line_and_wait("error encode4");
-      return false;
+LabelTolerance find_tolerance(float reference) {
+  LabelTolerance tolerance;
+  int from[LabelTolerance::kLevels];
+  for (int level = 0; level < LabelTolerance::kLevels; ++level) {
+    from[level] = first_code_from(static_cast<float>(level + 1), reference);
+    tolerance.one_more_from[level] =
+        static_cast<unsigned char>(std::min(from[level], kLargestCode));
+  }
+  // Depths that are clamped, or would be after a move, follow no rule, unless they are so near to 0
+  // that all below them is within the least tolerance. Nor does the last code, which has no byte of
+  // its own to tell it from none.
+  constexpr float kNextToZero = 0.009F;
+  constexpr float kClearOfZero = 0.0115F;
+  constexpr float kFarFromClamping = 250.0F;
+  const int zero = first_code_from(kSmallestDepth, reference);
+  const int next_to_zero_end = first_code_from(kNextToZero, reference);
+  const int first = first_code_from(kClearOfZero, reference);
+  const int end = std::min(first_code_from(kFarFromClamping, reference), kLargestCode);
+  for (int code = 0; code <= kLargestCode; ++code) {
+    const bool is_next_to_zero = code >= zero && code < next_to_zero_end;
+    if (code >= end || (code < first && !is_next_to_zero)) {
+      tolerance.irregular.add(code);
+      find_range(code, reference, tolerance);
+      continue;
     }
-    if (std::abs(written_code - read_code) < tolerable.of(label, written_code)) continue;
-    const float reference = references[label];
-    const float written_depth = decode_depth(written_code, reference);
-    const float read_depth = clamp_depth(decode_depth(read_code, reference));
-    if (std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth)) {
-      record.ErrorMap[pixel] = true;
-      ++error_count;
+    int steps = 1;
+    for (const int level : from) steps += code >= level ? 1 : 0;
+    find_regular_range(code, steps, reference, tolerance);
+    if (is_next_to_zero) {
+      tolerance.down_for_ever.add(code);
+      tolerance.lowest[code] = 0;
     }
   }
-  return true;
+  return tolerance;
+}
+
+ErrorFinder::ErrorFinder(struct_read_write_depth& record)
+    : record_(record), has_mask_(has_mask(record)) {}
+
+void ErrorFinder::take_row(const unsigned char* read) {
+  const auto width = static_cast<std::size_t>(record_.width);
+  const std::size_t next_row = pixel_ + width;
+  prefetch(record_.Encode + next_row, width * sizeof(int));
+  prefetch_to_write(record_.ErrorMap + next_row, width);
+  for (std::size_t column = 0; column < width;) {
+    if (left_in_run_ == 0) left_in_run_ = static_cast<std::size_t>(record_.RLE_Nb[run_]);
+    const std::size_t count = std::min(left_in_run_, width - column);
+    take_run(record_.RLE_Val[run_], pixel_, count, read + column);
+    column += count;
+    pixel_ += count;
+    left_in_run_ -= count;
+    if (left_in_run_ == 0) ++run_;
+  }
+}
+
+void ErrorFinder::take_run(int label, std::size_t first, std::size_t count,
+                           const unsigned char* read) {
+  const int* const codes = record_.Encode + first;
+  bool* const flags = record_.ErrorMap + first;
+  if (!std::isfinite(record_.LabelRefZ[label])) {
+    std::fill_n(flags, count, false);
+    has_strange_labels_ = true;
+    return;
+  }
+  count_ += pixel_kernels().flag_moved(codes, read, count, tolerance_of(label), flags);
+}
+
+void ErrorFinder::flag(bool& flag, bool is_error) {
+  flag = is_error;
+  count_ += is_error ? 1 : 0;
+}
+
+const LabelTolerance& ErrorFinder::tolerance_of(int label) {
+  KnownLabel& known = known_[static_cast<std::size_t>(label) % kKnownLabels];
+  if (known.label != label) known = {label, find_tolerance(record_.LabelRefZ[label])};
+  return known.tolerance;
+}
+
+int ErrorFinder::finish() {
+  if (has_mask_) {
+    look_at_all();
+    return count_;
+  }
+  take_pixels_left();
+  if (has_strange_labels_) look_at_strange_labels();
+  return count_;
+}
+
+/// The image was smaller than the frame: somebody else wrote into the file.
+void ErrorFinder::take_pixels_left() {
+  for (const std::size_t pixels = pixel_count(record_); pixel_ < pixels; ++pixel_) {
+    const float reference = record_.LabelRefZ[record_.Label[pixel_]];
+    const bool is_strange = !std::isfinite(reference);
+    has_strange_labels_ = has_strange_labels_ || is_strange;
+    flag(record_.ErrorMap[pixel_],
+         !is_strange && is_moved(record_.Encode[pixel_], record_.EncodeUC2[kBytesPerPixel * pixel_],
+                                 reference));
+  }
+}
+
+/// Labels whose reference is no number: a message for each pixel of theirs, once the whole image is
+/// known to be good.
+void ErrorFinder::look_at_strange_labels() {
+  std::size_t pixel = 0;
+  for (int run = 0; run < record_.RLE_NbNb; ++run) {
+    const float reference = record_.LabelRefZ[record_.RLE_Val[run]];
+    const std::size_t end = pixel + static_cast<std::size_t>(record_.RLE_Nb[run]);
+    if (!std::isfinite(reference)) {
+      for (std::size_t i = pixel; i < end; ++i) {
+        flag(record_.ErrorMap[i],
+             is_moved(record_.Encode[i], record_.EncodeUC2[kBytesPerPixel * i], reference));
+      }
+    }
+    pixel = end;
+  }
+}
+
+/// Kept: the cursors move on at labelled pixels only, so with a mask the bytes compared behind the
+/// first unlabelled pixel belong to an earlier one. Recordings depend on the records so chosen.
+void ErrorFinder::look_at_all() {
+  const std::size_t pixels = pixel_count(record_);
+  const unsigned char* written = record_.EncodeUC;
+  const unsigned char* read = record_.EncodeUC2;
+  for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
+    if (record_.Label[pixel] < 0) continue;
+    flag(record_.ErrorMap[pixel],
+         is_moved(*written, *read, record_.LabelRefZ[record_.Label[pixel]]));
+    written += kBytesPerPixel;
+    read += kBytesPerPixel;
+  }
 }
 
 }  // namespace depth_io

@@ -1,12 +1,91 @@
 #pragma once
 
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "codec/pixel_kernels.h"
 #include "codec/working_record.h"
 
 namespace depth_io {
 
+/// Calls `visit(index)` for each flag that is set, in order.
+template <typename Visit>
+void for_each_flag(const bool* flags, std::size_t count, Visit visit) {
+  static_assert(sizeof(bool) == 1);
+  std::size_t first = 0;
+  for (; first + sizeof(std::uint64_t) <= count; first += sizeof(std::uint64_t)) {
+    std::uint64_t eight;
+    std::memcpy(&eight, flags + first, sizeof eight);
+    for (; eight != 0; eight &= eight - 1) {
+      visit(first + static_cast<std::size_t>(std::countr_zero(eight)) / 8);
+    }
+  }
+  for (; first < count; ++first) {
+    if (flags[first]) visit(first);
+  }
+}
+
+/// How many flags are set, of 255 * 8 at most.
+inline int count_flags(const bool* flags, std::size_t count) {
+  // Eight counts at once, each in a byte of its own.
+  std::uint64_t counts = 0;
+  std::size_t first = 0;
+  for (; first + sizeof counts <= count; first += sizeof counts) {
+    std::uint64_t eight;
+    std::memcpy(&eight, flags + first, sizeof eight);
+    counts += eight;
+  }
+  int sum = 0;
+  for (; counts != 0; counts >>= 8U) sum += static_cast<int>(counts & 0xFFU);
+  for (; first < count; ++first) sum += flags[first] ? 1 : 0;
+  return sum;
+}
+
+/// How far codes of a label with this reference may be moved; the reference is finite.
+LabelTolerance find_tolerance(float reference);
+
 /// Flags in `ErrorMap` the pixels that the JPEG moved beyond the tolerance of their depth: compares
-/// the code image as written with its read-back. Sets the number of flags. Not-a-number prints a
-/// message and waits for a key at each pixel.
-bool find_errors(struct_read_write_depth& record, int label_count, int& error_count);
+/// the code image as written with its read-back, row by row. Not-a-number prints a message and
+/// waits for a key at each pixel.
+class ErrorFinder {
+ public:
+  /// The record has labels, codes and runs.
+  explicit ErrorFinder(struct_read_write_depth& record);
+
+  /// Whether rows can be looked at while the image is being decoded: with a mask, all of them are
+  /// looked at behind its end.
+  bool takes_rows() const { return !has_mask_; }
+
+  /// The next row of the read-back, grey.
+  void take_row(const unsigned char* read);
+
+  /// Looks at what rows are left. Returns the number of flags.
+  int finish();
+
+ private:
+  struct KnownLabel {
+    int label = -1;
+    LabelTolerance tolerance;
+  };
+  static constexpr std::size_t kKnownLabels = 64;
+
+  void take_run(int label, std::size_t first, std::size_t count, const unsigned char* read);
+  void flag(bool& flag, bool is_error);
+  const LabelTolerance& tolerance_of(int label);
+  void take_pixels_left();
+  void look_at_strange_labels();
+  void look_at_all();
+
+  struct_read_write_depth& record_;
+  bool has_mask_;
+  bool has_strange_labels_ = false;
+  std::size_t pixel_ = 0;  ///< the next one
+  int run_ = 0;
+  std::size_t left_in_run_ = 0;
+  int count_ = 0;
+  KnownLabel known_[kKnownLabels];
+};
 
 }  // namespace depth_io

@@ -6,8 +6,10 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace depth_io {
@@ -61,29 +63,37 @@ std::string temporary_path_beside(const std::string& path) {
 
 }  // namespace
 
-FileBytes::FileBytes(std::unique_ptr<char[]> bytes, std::size_t size)
-    : bytes_(std::move(bytes)), size_(size) {}
+FileBytes::FileBytes(std::unique_ptr<char[]> owned, const char* first, std::size_t size)
+    : owned_(std::move(owned)), first_(first), size_(size) {}
 
 std::span<const unsigned char> FileBytes::bytes() const {
-  return {reinterpret_cast<const unsigned char*>(bytes_.get()), size_};
+  return {reinterpret_cast<const unsigned char*>(first_), size_};
 }
 
-std::optional<FileBytes> read_regular_file(const char* path) {
+std::optional<FileBytes> read_regular_file(const char* path) { return read_regular_file(path, {}); }
+
+std::optional<FileBytes> read_regular_file(const char* path, std::span<char> room) {
   const ScopedDescriptor file{open_above_standard(path, O_RDONLY | O_NONBLOCK)};
   const auto known_size = regular_file_size(file.value);
   if (!known_size) return {};
   const std::size_t size = *known_size;
 
-  auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
+  std::unique_ptr<char[]> owned;
+  char* bytes = room.data();
+  if (size > room.size() || room.empty()) {
+    owned.reset(new (std::nothrow) char[size + 1]);
+    bytes = owned.get();
+  }
+  if (bytes == nullptr) return {};
   std::size_t filled = 0;
   while (filled < size) {
-    const auto count = retry_when_interrupted(
-        [&] { return read(file.value, bytes.get() + filled, size - filled); });
+    const auto count =
+        retry_when_interrupted([&] { return read(file.value, bytes + filled, size - filled); });
     if (count < 0) return {};
     if (count == 0) break;
     filled += static_cast<std::size_t>(count);
   }
-  return FileBytes(std::move(bytes), filled);
+  return FileBytes(std::move(owned), bytes, filled);
 }
 
 std::FILE* open_regular_file(const char* path) {
@@ -93,6 +103,8 @@ std::FILE* open_regular_file(const char* path) {
   if (stream == nullptr) close(descriptor);
   return stream;
 }
+
+bool is_missing(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
 
 OutputFile::OutputFile(const char* path)
     : descriptor_(
@@ -133,19 +145,40 @@ void BufferedFile::write(std::string_view text) {
   used_ += text.size();
 }
 
-void BufferedFile::write_byte(unsigned char byte) {
-  make_room(1);
-  buffer_[used_++] = static_cast<char>(byte);
+void BufferedFile::write_int(int number) {
+  make_room(kLongestInt);
+  put_int(number);
 }
 
-void BufferedFile::write_int(int number) {
-  constexpr std::size_t kLongest = 12;
-  make_room(kLongest);
+void BufferedFile::write_line(int number) {
+  make_room(kLongestInt + 1);
+  put_int(number);
+  buffer_[used_++] = '\n';
+}
+
+void BufferedFile::write_line(int first, int second) {
+  make_room(2 * kLongestInt + 2);
+  put_int(first);
+  buffer_[used_++] = ' ';
+  put_int(second);
+  buffer_[used_++] = '\n';
+}
+
+/// There is room for it.
+void BufferedFile::put_int(int number) {
+  if (number >= 0 && number < 10) {
+    buffer_[used_++] = static_cast<char>('0' + number);
+    return;
+  }
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_, number);
   used_ = static_cast<std::size_t>(end.ptr - buffer_);
 }
 
 void BufferedFile::write_fixed(float number) {
+  if (std::isnan(number)) {
+    write(std::signbit(number) ? "-nan" : "nan");
+    return;
+  }
   constexpr std::size_t kLongest = 64;
   make_room(kLongest);
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_,
@@ -158,10 +191,6 @@ bool BufferedFile::close() {
   return file_.close();
 }
 
-void BufferedFile::make_room(std::size_t size) {
-  if (sizeof buffer_ - used_ < size) flush();
-}
-
 void BufferedFile::flush() {
   file_.write(buffer_, used_);
   used_ = 0;
@@ -172,7 +201,12 @@ ReplacedFile::ReplacedFile(std::string path)
       temporary_path_(temporary_path_beside(path_)),
       content_(temporary_path_.c_str()) {}
 
+ReplacedFile::~ReplacedFile() {
+  if (!is_finished_) unlink(temporary_path_.c_str());
+}
+
 bool ReplacedFile::put_in_place() {
+  is_finished_ = true;
   if (content_.close() && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
   unlink(temporary_path_.c_str());
   return false;

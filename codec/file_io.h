@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
@@ -14,25 +15,37 @@ namespace depth_io {
 /// No file of a recording comes near this; larger ones are not read.
 inline constexpr std::size_t kLargestFile = std::size_t{64} * 1024 * 1024;
 
-/// The whole of a file in memory.
+/// Files of a frame are mostly smaller than this.
+inline constexpr std::size_t kUsualFile = std::size_t{96} * 1024;
+
+/// The whole of a file in memory: its own, or the reader's.
 class FileBytes {
  public:
-  FileBytes(std::unique_ptr<char[]> bytes, std::size_t size);
+  FileBytes(std::unique_ptr<char[]> owned, const char* first, std::size_t size);
 
-  std::string_view text() const { return {bytes_.get(), size_}; }
+  std::string_view text() const { return {first_, size_}; }
   std::span<const unsigned char> bytes() const;
 
  private:
-  std::unique_ptr<char[]> bytes_;
+  std::unique_ptr<char[]> owned_;
+  const char* first_;
   std::size_t size_;
 };
 
-/// Reads a regular file of at most `kLargestFile` bytes. Nothing for anything else: FIFOs and
-/// devices are never waited for. Throws only when memory runs out.
+/// Reads a regular file of at most `kLargestFile` bytes. Nothing for anything else, and when there
+/// is no memory for it: FIFOs and devices are never waited for.
 std::optional<FileBytes> read_regular_file(const char* path);
+
+/// The same, into `room` when the file fits: frames are read without going through the heap, which
+/// would give its memory back to the system each time.
+std::optional<FileBytes> read_regular_file(const char* path, std::span<char> room);
 
 /// Opens a regular file for reading as a stream, under the same rules; null for anything else.
 std::FILE* open_regular_file(const char* path);
+
+/// Whether what errno told about an opening means that nothing of that name is there; anything else
+/// is a fault, and may pass.
+bool is_missing(int error);
 
 /// A file being written, without a buffer. Follows no link in the last place of the path, never
 /// takes one of the descriptors 0 to 2, and remembers the first error.
@@ -61,16 +74,28 @@ class BufferedFile {
 
   bool is_open() const { return file_.is_open(); }
   void write(std::string_view text);
-  void write_byte(unsigned char byte);
+  /// Each number as one byte.
+  void write_bytes(std::initializer_list<int> bytes) {
+    make_room(bytes.size());
+    for (const int byte : bytes) buffer_[used_++] = static_cast<char>(byte);
+  }
   void write_int(int number);
+  /// A number, or two with a blank between them, and a line end.
+  void write_line(int number);
+  void write_line(int first, int second);
   /// Six decimals, as "%f".
   void write_fixed(float number);
   /// Writes out what is buffered and closes; true when all of it reached the file.
   bool close();
 
  private:
-  void make_room(std::size_t size);
+  void make_room(std::size_t size) {
+    if (sizeof buffer_ - used_ < size) flush();
+  }
   void flush();
+
+  static constexpr std::size_t kLongestInt = 11;
+  void put_int(int number);
 
   OutputFile file_;
   std::size_t used_ = 0;
@@ -82,6 +107,9 @@ class BufferedFile {
 class ReplacedFile {
  public:
   explicit ReplacedFile(std::string path);
+  ~ReplacedFile();
+  ReplacedFile(const ReplacedFile&) = delete;
+  ReplacedFile& operator=(const ReplacedFile&) = delete;
 
   BufferedFile& content() { return content_; }
   /// True when the file now stands under its name; otherwise nothing is left behind.
@@ -91,6 +119,7 @@ class ReplacedFile {
   std::string path_;
   std::string temporary_path_;
   BufferedFile content_;
+  bool is_finished_ = false;
 };
 
 }  // namespace depth_io

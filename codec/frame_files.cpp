@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "codec/depth_code.h"
+#include "codec/error_detection.h"
 #include "codec/file_io.h"
 #include "codec/numeric.h"
 #include "codec/text_parser.h"
@@ -12,33 +13,20 @@
 namespace depth_io {
 namespace {
 
-/// First flagged place from `first` on; `end` when there is none. Flags are rare.
-int next_flag(const bool* map, int first, int end) {
-  static_assert(sizeof(bool) == 1);
-  if (first >= end) return end;
-  const void* const found = std::memchr(map + first, 1, static_cast<std::size_t>(end - first));
-  return found == nullptr ? end : static_cast<int>(static_cast<const bool*>(found) - map);
-}
-
-/// Calls `visit(row_in_region, column_in_region, pixel)` for the flagged pixels of a region in
-/// raster order; stops when `visit` gives false and then gives false, too.
+/// Calls `visit(row_in_region, first_pixel, columns)` for each row of a region within the image.
 template <typename Visit>
-bool for_each_error(const struct_read_write_depth& record, int region, Visit visit) {
+void for_each_row(const struct_read_write_depth& record, int region, Visit visit) {
   const int first_row = region / kRegionsAcross * kRegionSize;
   const int first_column = region % kRegionsAcross * kRegionSize;
   const int rows = std::min(kRegionSize, record.height - first_row);
   const int columns = std::min(kRegionSize, record.width - first_column);
+  if (columns <= 0) return;
   for (int row = 0; row < rows; ++row) {
-    const std::size_t line =
+    const std::size_t first_pixel =
         static_cast<std::size_t>(first_row + row) * static_cast<std::size_t>(record.width) +
         static_cast<std::size_t>(first_column);
-    const bool* const map = record.ErrorMap + line;
-    for (int column = next_flag(map, 0, columns); column < columns;
-         column = next_flag(map, column + 1, columns)) {
-      if (!visit(row, column, line + static_cast<std::size_t>(column))) return false;
-    }
+    visit(row, first_pixel, static_cast<std::size_t>(columns));
   }
-  return true;
 }
 
 bool write_counts(BufferedFile& file, const RegionCounts& counts) {
@@ -46,25 +34,23 @@ bool write_counts(BufferedFile& file, const RegionCounts& counts) {
     int high = 0;
     const int low = __Modulo(256, count, high);
     if (!is_valid_code(high) || !is_valid_code(low)) return false;
-    file.write_byte(static_cast<unsigned char>(high));
-    file.write_byte(static_cast<unsigned char>(low));
+    file.write_bytes({high, low});
   }
   return true;
 }
 
 bool write_records(BufferedFile& file, const struct_read_write_depth& record) {
+  bool all_valid = true;
   for (int region = 0; region < kRegionCount; ++region) {
-    const bool complete = for_each_error(record, region, [&](int row, int column, std::size_t i) {
-      const int code = record.Encode[i];
-      if (!is_valid_code(row) || !is_valid_code(column) || !is_valid_code(code)) return false;
-      file.write_byte(static_cast<unsigned char>(row));
-      file.write_byte(static_cast<unsigned char>(column));
-      file.write_byte(static_cast<unsigned char>(code));
-      return true;
+    for_each_row(record, region, [&](int row, std::size_t first_pixel, std::size_t columns) {
+      for_each_flag(record.ErrorMap + first_pixel, columns, [&](std::size_t column) {
+        const int code = record.Encode[first_pixel + column];
+        all_valid = all_valid && is_valid_code(code);
+        if (all_valid) file.write_bytes({row, static_cast<int>(column), code});
+      });
     });
-    if (!complete) return false;
   }
-  return true;
+  return all_valid;
 }
 
 /// Reads `keyword` and the number behind it; false when another word stands there. A number that
@@ -79,16 +65,10 @@ bool parse_named_real(TextParser& parser, std::string_view keyword, float& value
 
 bool write_label_map_file(const char* path, const struct_read_write_depth& record) {
   BufferedFile file(path);
+  // Kept: the count goes out with the first run, so a map without runs has no count line.
+  if (record.RLE_NbNb > 0) file.write_line(record.RLE_NbNb);
   for (int run = 0; run < record.RLE_NbNb; ++run) {
-    // Kept: the count goes out with the first run, so a map without runs has no count line.
-    if (run == 0) {
-      file.write_int(record.RLE_NbNb);
-      file.write("\n");
-    }
-    file.write_int(record.RLE_Nb[run]);
-    file.write(" ");
-    file.write_int(record.RLE_Val[run]);
-    file.write("\n");
+    file.write_line(record.RLE_Nb[run], record.RLE_Val[run]);
   }
   file.write("\n");
   return file.close();
@@ -118,9 +98,8 @@ bool write_reference_file(const char* path, const Intrinsics& intrinsics,
 RegionCounts count_errors(const struct_read_write_depth& record) {
   RegionCounts counts;
   for (int region = 0; region < kRegionCount; ++region) {
-    for_each_error(record, region, [&](int /*row*/, int /*column*/, std::size_t /*pixel*/) {
-      ++counts.of[region];
-      return true;
+    for_each_row(record, region, [&](int /*row*/, std::size_t first_pixel, std::size_t columns) {
+      counts.of[region] += count_flags(record.ErrorMap + first_pixel, columns);
     });
   }
   return counts;
@@ -144,20 +123,20 @@ void parse_label_map(std::string_view text, struct_read_write_depth& record) {
   TextParser parser(text);
   std::size_t left = pixel_count(record);
   int* next = record.Label;
-  std::fill_n(next, left, -1);
   // Never more runs than pixels: runs of no length do not keep us here.
   const auto most_runs = static_cast<int>(left);
   const int runs = std::min(parser.integer().value_or(0), most_runs);
   for (int run = 0; run < runs && left > 0; ++run) {
     const std::optional<int> length = parser.integer();
     const std::optional<int> label = length ? parser.integer() : std::nullopt;
-    if (!label) return;
+    if (!label) break;
     if (*length <= 0) continue;
     const std::size_t count = std::min(static_cast<std::size_t>(*length), left);
     std::fill_n(next, count, *label);
     next += count;
     left -= count;
   }
+  std::fill_n(next, left, -1);
 }
 
 ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth& record,

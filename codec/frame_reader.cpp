@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
 #include "codec/file_io.h"
 #include "codec/frame_files.h"
 #include "codec/frame_names.h"
+#include "codec/pixel_kernels.h"
+#include "codec/prefetch.h"
 
 using depth_io::PathText;
 using depth_io::print;
@@ -53,21 +56,42 @@ struct FrameRead {
 
   /// The bytes of the file with this ending; nothing when it cannot be read or its name is too
   /// long.
-  std::optional<depth_io::FileBytes> open(const char* ending) {
+  std::optional<depth_io::FileBytes> open(const char* ending, std::span<char> room) {
     const char* const file_name = name_with(ending);
     if (!name.fits()) return {};
-    return depth_io::read_regular_file(file_name);
+    return depth_io::read_regular_file(file_name, room);
   }
+};
+
+/// Of the maps, what has not been rebuilt at the end is 0: nobody takes the depths of the frame
+/// before for those of a damaged one. Filling them first would write everything twice.
+class RebuiltMaps {
+ public:
+  explicit RebuiltMaps(struct_read_write_depth& record) : record_(record) {}
+  ~RebuiltMaps() { clear(depth_io::pixel_count(record_) - done_); }
+  RebuiltMaps(const RebuiltMaps&) = delete;
+  RebuiltMaps& operator=(const RebuiltMaps&) = delete;
+
+  /// The next so many pixels have been rebuilt.
+  void add(std::size_t count) { done_ += count; }
+  /// The next so many pixels hold nothing.
+  void clear(std::size_t count) {
+    std::fill_n(record_.LoadedDepth + done_, count, 0.0F);
+    std::fill_n(record_.LoadedMapX + done_, count, 0.0F);
+    std::fill_n(record_.LoadedMapY + done_, count, 0.0F);
+    done_ += count;
+  }
+  std::size_t done() const { return done_; }
+
+ private:
+  struct_read_write_depth& record_;
+  std::size_t done_ = 0;
 };
 
 void clear_record(FrameRead& frame) {
   struct_read_write_depth& record = frame.record;
   const std::size_t pixels = depth_io::pixel_count(record);
-  std::fill_n(record.LoadedDepth, pixels, 0.0F);
-  std::fill_n(record.LoadedMapX, pixels, 0.0F);
-  std::fill_n(record.LoadedMapY, pixels, 0.0F);
-  std::fill_n(record.Label, pixels, -1);
-  std::fill_n(record.LabelRefZ, pixels, -1.0F);
+  depth_io::pixel_kernels().refill(record.LabelRefZ, pixels, -1.0F);
   std::fill_n(record.ErrorCorrect, pixels, -1);
 }
 
@@ -80,8 +104,12 @@ bool report_unopened(const FrameRead& frame, const char* ending) {
 }
 
 bool load_label_map(FrameRead& frame) {
-  const auto file = frame.open(depth_io::kLabelMapEnding);
-  if (!file) return report_unopened(frame, depth_io::kLabelMapEnding);
+  char room[depth_io::kUsualFile];
+  const auto file = frame.open(depth_io::kLabelMapEnding, room);
+  if (!file) {
+    std::fill_n(frame.record.Label, depth_io::pixel_count(frame.record), -1);
+    return report_unopened(frame, depth_io::kLabelMapEnding);
+  }
   depth_io::parse_label_map(file->text(), frame.record);
   return true;
 }
@@ -95,7 +123,8 @@ bool report_wrong_word(const FrameRead& frame, const char* complaint) {
 enum class Loaded { kFailed, kNothingMore, kGoOn };
 
 Loaded load_references(FrameRead& frame) {
-  const auto file = frame.open(depth_io::kReferenceEnding);
+  char room[depth_io::kUsualFile];
+  const auto file = frame.open(depth_io::kReferenceEnding, room);
   if (!file) {
     report_unopened(frame, depth_io::kReferenceEnding);
     return Loaded::kFailed;
@@ -138,7 +167,8 @@ bool load_code_image(FrameRead& frame) {
 
 bool load_corrections(FrameRead& frame) {
   struct_read_write_depth& record = frame.record;
-  const auto file = frame.open(depth_io::kErrorEnding);
+  char room[depth_io::kUsualFile];
+  const auto file = frame.open(depth_io::kErrorEnding, room);
   if (!file) {
     if (frame.speaks) {
       print(" - ERROR - load_compressed_data - failed to load '%s%s'\n", frame.base_name,
@@ -163,71 +193,55 @@ bool report_bad_pixel(const FrameRead& frame, const char* complaint) {
   return false;
 }
 
-/// Rebuilds the depths of a row; false at a pixel that cannot be. `all_labelled` turns false at a
-/// pixel without label.
-bool rebuild_row(const FrameRead& frame, std::size_t first_pixel, bool& all_labelled) {
+/// What the metric maps of a row are made with. Kept: rows go with cx and a11, columns with cy and
+/// a22; the checks pair them alike.
+depth_io::RowGeometry geometry_of(const struct_read_write_depth& record, int row) {
+  return {static_cast<float>(row) - record.loaded_cx, record.loaded_a11, record.loaded_a22,
+          record.loaded_cy};
+}
+
+/// What is read and written next, while this row is worked on.
+void prefetch_row(const struct_read_write_depth& record, std::size_t first_pixel) {
+  const std::size_t bytes = static_cast<std::size_t>(record.width) * sizeof(float);
+  depth_io::prefetch(record.Label + first_pixel, bytes);
+  depth_io::prefetch(record.ErrorCorrect + first_pixel, bytes);
+  depth_io::prefetch_to_write(record.LoadedDepth + first_pixel, bytes);
+  depth_io::prefetch_to_write(record.LoadedMapX + first_pixel, bytes);
+  depth_io::prefetch_to_write(record.LoadedMapY + first_pixel, bytes);
+}
+
+/// Rebuilds a row, run by run of one label; false at a pixel that cannot be.
+bool rebuild_row(const FrameRead& frame, int row, RebuiltMaps& maps) {
   const struct_read_write_depth& record = frame.record;
-  const int* const label_of = record.Label;
-  const int* const exact_code_of = record.ErrorCorrect;
-  const unsigned char* const codes = record.EncodeUC;
-  const float* const references = record.LabelRefZ;
-  float* const depth = record.LoadedDepth;
-  const std::size_t end = first_pixel + static_cast<std::size_t>(record.width);
-  for (std::size_t pixel = first_pixel; pixel < end; ++pixel) {
-    const int label = label_of[pixel];
+  const depth_io::PixelKernels& kernels = depth_io::pixel_kernels();
+  const depth_io::RowGeometry geometry = geometry_of(record, row);
+  const std::size_t end = maps.done() + static_cast<std::size_t>(record.width);
+  while (maps.done() < end) {
+    const std::size_t pixel = maps.done();
+    const int label = record.Label[pixel];
     if (label < -1 || label >= frame.label_count) {
       return report_bad_pixel(frame, " - ERROR - load_compressed_data - label wrong");
     }
+    const std::size_t count = kernels.run_length(record.Label + pixel, end - pixel);
     if (label == -1) {
-      all_labelled = false;
+      maps.clear(count);
       continue;
     }
-    const int from_image = codes[kBytesPerPixel * pixel];
-    if (!depth_io::is_valid_code(from_image)) {
-      return report_bad_pixel(frame, " - ERROR - load_compressed_data - encode wrong");
-    }
-    const int exact = exact_code_of[pixel];
-    depth[pixel] = depth_io::clamp_depth(
-        depth_io::decode_depth(exact >= 0 ? exact : from_image, references[label]));
+    const int column = record.width - static_cast<int>(end - pixel);
+    kernels.rebuild_pixels(
+        {record.EncodeUC + kBytesPerPixel * pixel, record.ErrorCorrect + pixel,
+         record.LoadedDepth + pixel, record.LoadedMapX + pixel, record.LoadedMapY + pixel},
+        count, record.LabelRefZ[label], column, geometry);
+    maps.add(count);
   }
   return true;
 }
 
-/// Metric X and Y of a row. Kept: rows go with cx and a11, columns with cy and a22; the checks pair
-/// them alike.
-void map_row(struct_read_write_depth& record, int row, std::size_t first_pixel) {
-  const float* const depth = record.LoadedDepth + first_pixel;
-  float* const map_x = record.LoadedMapX + first_pixel;
-  float* const map_y = record.LoadedMapY + first_pixel;
-  const float x = static_cast<float>(row) - record.loaded_cx;
-  const float a11 = record.loaded_a11;
-  const float a22 = record.loaded_a22;
-  const float cy = record.loaded_cy;
-  for (int col = 0; col < record.width; ++col) {
-    map_x[col] = x * depth[col] / a11;
-    map_y[col] = (static_cast<float>(col) - cy) * depth[col] / a22;
-  }
-}
-
-void clear_unlabelled(struct_read_write_depth& record, std::size_t first_pixel) {
-  const std::size_t end = first_pixel + static_cast<std::size_t>(record.width);
-  for (std::size_t pixel = first_pixel; pixel < end; ++pixel) {
-    if (record.Label[pixel] != -1) continue;
-    record.LoadedMapX[pixel] = 0.0F;
-    record.LoadedMapY[pixel] = 0.0F;
-  }
-}
-
 /// Depth and metric maps from labels, codes and corrections.
-bool rebuild_depth(FrameRead& frame) {
-  struct_read_write_depth& record = frame.record;
-  std::size_t first_pixel = 0;
-  for (int row = 0; row < record.height; ++row) {
-    bool all_labelled = true;
-    if (!rebuild_row(frame, first_pixel, all_labelled)) return false;
-    map_row(record, row, first_pixel);
-    if (!all_labelled) clear_unlabelled(record, first_pixel);
-    first_pixel += static_cast<std::size_t>(record.width);
+bool rebuild_depth(FrameRead& frame, RebuiltMaps& maps) {
+  for (int row = 0; row < frame.record.height; ++row) {
+    prefetch_row(frame.record, maps.done() + static_cast<std::size_t>(frame.record.width));
+    if (!rebuild_row(frame, row, maps)) return false;
   }
   return true;
 }
@@ -235,6 +249,7 @@ bool rebuild_depth(FrameRead& frame) {
 bool read_frame(FrameRead frame) {
   if (frame.base_name == nullptr || frame.record.Label == nullptr) return false;
   if (frame.traces()) print("DEBUG - load_compressed_data  - 1 '%s'\n", frame.base_name);
+  RebuiltMaps maps(frame.record);
   clear_record(frame);
   frame.trace("DEBUG - load_compressed_data  - 2 ");
   if (frame.speaks) print("reading compressed data '%s'\n", frame.base_name);
@@ -249,7 +264,7 @@ bool read_frame(FrameRead frame) {
   if (!load_corrections(frame)) return false;
   frame.trace("DEBUG - load_compressed_data  - 6 b");
   frame.trace("DEBUG - load_compressed_data  - 7");
-  if (!rebuild_depth(frame)) return false;
+  if (!rebuild_depth(frame, maps)) return false;
   frame.trace("DEBUG - load_compressed_data  - done");
   frame.wait_when_traced();
   return true;

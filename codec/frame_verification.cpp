@@ -59,7 +59,8 @@ struct OwnedRecord {
 
 bool verify_error_file(const struct_read_write_depth& record, const char* name,
                        const RegionCounts& counts) {
-  const auto file = read_regular_file(name);
+  char room[kUsualFile];
+  const auto file = read_regular_file(name, room);
   if (!file) {
     print("write_compressed_data - failed to write '%s'\n", name);
     return false;

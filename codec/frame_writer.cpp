@@ -8,7 +8,10 @@
 #include "codec/frame_files.h"
 #include "codec/frame_names.h"
 #include "codec/frame_verification.h"
+#include "codec/jpeg_rows.h"
 #include "codec/pixel_coding.h"
+#include "codec/pixel_kernels.h"
+#include "codec/prefetch.h"
 #include "codec/run_length.h"
 
 using depth_io::PathText;
@@ -20,6 +23,8 @@ using depth_io::wait_for_key;
 namespace {
 
 constexpr int kBytesPerPixel = 3;
+/// Frames of the cameras are 640 pixels wide; rows up to this width are made in a buffer.
+constexpr int kWidestRow = 4096;
 
 /// What is to be written, and what is known of it so far.
 struct FrameWrite {
@@ -110,9 +115,8 @@ void clear_record(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - init");
   struct_read_write_depth& record = frame.record;
   const std::size_t pixels = depth_io::pixel_count(record);
-  std::fill_n(record.Label, pixels, -1);
-  std::fill_n(record.Encode, pixels, 0);
-  std::fill_n(record.LabelRefZ, pixels, -1.0F);
+  // Labels and codes are written for every pixel, also when labelling fails.
+  depth_io::pixel_kernels().refill(record.LabelRefZ, pixels, -1.0F);
   std::fill_n(record.ErrorMap, pixels, false);
 }
 
@@ -142,22 +146,58 @@ bool store_references(FrameWrite& frame) {
          report_unwritten(name);
 }
 
+/// Makes the code image row by row, as the encoder takes it.
+struct CodeRows {
+  struct_read_write_depth& record;
+  int made = 0;
+  unsigned char grey[kWidestRow] = {};
+
+  static const unsigned char* row_of(void* context, int /*row*/) {
+    return static_cast<CodeRows*>(context)->make_row();
+  }
+  const unsigned char* make_row() {
+    const auto width = static_cast<std::size_t>(record.width);
+    const std::size_t first = static_cast<std::size_t>(made) * width;
+    depth_io::prefetch(record.Encode + first + width, width * sizeof(int));
+    depth_io::prefetch_to_write(record.EncodeUC + kBytesPerPixel * (first + width),
+                                kBytesPerPixel * width);
+    depth_io::pixel_kernels().expand_codes(record.Encode + first, width,
+                                           record.EncodeUC + kBytesPerPixel * first, grey);
+    ++made;
+    return grey;
+  }
+  /// The record's image is complete, whatever became of the file.
+  void make_all() {
+    while (made < record.height) make_row();
+  }
+};
+
+/// For frames that are wider than any camera's.
+bool write_wide_code_image(struct_read_write_depth& record, char* name) {
+  const std::size_t pixels = depth_io::pixel_count(record);
+  unsigned char* bytes = record.EncodeUC;
+  for (std::size_t pixel = 0; pixel < pixels; ++pixel, bytes += kBytesPerPixel) {
+    std::fill_n(bytes, kBytesPerPixel, static_cast<unsigned char>(record.Encode[pixel]));
+  }
+  return record.jpgfile.RGBToJpegFile(name, record.EncodeUC, record.width, record.height, false,
+                                      depth_io::kJpegQuality);
+}
+
+bool write_code_image(struct_read_write_depth& record, char* name) {
+  if (record.width > kWidestRow) return write_wide_code_image(record, name);
+  CodeRows rows{record};
+  const bool written = depth_io::write_grey_jpeg_file(
+      name, record.width, record.height, depth_io::kJpegQuality, {CodeRows::row_of, &rows});
+  rows.make_all();
+  return written;
+}
+
 bool store_code_image(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - jpg init");
   struct_read_write_depth& record = frame.record;
-  const std::size_t pixels = depth_io::pixel_count(record);
-  const int* const code_of = record.Encode;
-  unsigned char* bytes = record.EncodeUC;
-  for (std::size_t pixel = 0; pixel < pixels; ++pixel, bytes += kBytesPerPixel) {
-    const auto code = static_cast<unsigned char>(code_of[pixel]);
-    bytes[0] = code;
-    bytes[1] = code;
-    bytes[2] = code;
-  }
   char* const name = frame.name_with(depth_io::kJpegEnding);
   if (frame.traces()) print(" - DEBUG - write_compressed_data - jpg saving '%s'\n", name);
-  if (!record.jpgfile.RGBToJpegFile(name, record.EncodeUC, record.width, record.height, false,
-                                    depth_io::kJpegQuality)) {
+  if (!write_code_image(record, name)) {
     print("write_compressed_data - liblinjpeg - failed to save encode jpeg '%s' %d x %d\n", name,
           record.width, record.height);
     return false;
@@ -165,17 +205,38 @@ bool store_code_image(FrameWrite& frame) {
   return true;
 }
 
-bool read_code_image_back(FrameWrite& frame) {
+/// Looks for errors in the rows of the read-back while they are decoded.
+struct ReadBackRows {
+  depth_io::ErrorFinder& finder;
+  int width;
+  int rows_left;
+
+  static void take(void* context, const unsigned char* grey, int width) {
+    auto& rows = *static_cast<ReadBackRows*>(context);
+    if (width != rows.width || rows.rows_left == 0) return;
+    rows.finder.take_row(grey);
+    --rows.rows_left;
+  }
+};
+
+/// Reads the code image back and flags the pixels that it spoiled.
+bool find_errors(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - jpg saved");
   frame.trace(" - DEBUG - write_compressed_data - load jpg for err");
   struct_read_write_depth& record = frame.record;
   const char* const name = frame.name_with(depth_io::kJpegEnding);
   const std::span<unsigned char> read_back(record.EncodeUC2,
                                            kBytesPerPixel * depth_io::pixel_count(record));
-  if (!depth_io::read_jpeg_file(name, read_back).decoded) {
+  depth_io::ErrorFinder finder(record);
+  ReadBackRows rows{finder, record.width, record.height};
+  depth_io::RowSink sink{};
+  if (finder.takes_rows()) sink = {ReadBackRows::take, &rows};
+  if (!depth_io::read_jpeg_file(name, read_back, sink).decoded) {
+    std::fill_n(record.ErrorMap, depth_io::pixel_count(record), false);
     return refuse("ERROR - TOLVA_ReadJpgImage - JpegFileToRGB failed !!!");
   }
   frame.trace(" - DEBUG - write_compressed_data - loaded jpg");
+  frame.error_count = finder.finish();
   return true;
 }
 
@@ -263,8 +324,7 @@ int write_compressed_data(bool REVERSE_NAME, int VERIFICATION, struct_read_write
   if (!store_label_map(frame)) return 0;
   if (!store_references(frame)) return 0;
   if (!store_code_image(frame)) return 0;
-  if (!read_code_image_back(frame)) return 0;
-  if (!depth_io::find_errors(src, frame.label_count, frame.error_count)) return 0;
+  if (!find_errors(frame)) return 0;
   if (!count_region_errors(frame)) return 0;
   if (!store_errors(frame)) return 0;
   if (!verify(frame, VERIFICATION)) return 0;

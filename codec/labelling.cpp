@@ -26,14 +26,17 @@ std::size_t bucket_of(double cell, std::size_t bucket_count) {
 }  // namespace
 
 LabelTable::LabelTable(float* references, int capacity)
-    : references_(references), capacity_(capacity) {}
+    : references_(references), capacity_(capacity) {
+  sure_[0] = {.low = 1.0F, .high = 0.0F, .reference = 0.0F, .label = -1};
+}
 
 int LabelTable::add(float depth) {
   const int label = count_++;
   references_[label] = depth;
-  if (label < kSearchedInOrder) {
-    sure_of_[label] = find_sure_interval(label);
-    last_ = label;
+  if (!std::isfinite(depth)) return label;
+  if (sure_count_ < kSearchedInOrder) {
+    sure_[sure_count_] = find_sure_interval(label);
+    sure_last_ = sure_count_++;
   } else {
     index_label(label);
   }
@@ -41,29 +44,28 @@ int LabelTable::add(float depth) {
 }
 
 int LabelTable::search(float depth) {
-  const int in_order = std::min(count_, kSearchedInOrder);
-  for (int label = 0; label < in_order; ++label) {
-    if (!fits_window(depth, references_[label])) continue;
-    last_ = label;
-    return label;
+  if (!std::isfinite(depth)) return -1;
+  for (int i = 0; i < sure_count_; ++i) {
+    if (!fits_window(depth, sure_[i].reference)) continue;
+    sure_last_ = i;
+    return sure_[i].label;
   }
-  return count_ > kSearchedInOrder ? search_indexed(depth) : -1;
+  return first_in_cell_.empty() ? -1 : search_indexed(depth);
 }
 
-LabelTable::Interval LabelTable::find_sure_interval(int label) const {
+LabelInterval LabelTable::find_sure_interval(int label) const {
   const double reference = references_[label];
-  if (!std::isfinite(reference)) return {};
   const double window = kHalfWindow;
   // More than the rounding of the difference and of the interval's own ends.
   const double doubt = 1e-6 * (1.0 + std::fabs(reference));
   double low = reference - window + doubt;
   double high = reference + window - doubt;
-  for (int before = 0; before < label; ++before) {
-    const double other = references_[before];
+  for (int before = 0; before < sure_count_; ++before) {
+    const double other = sure_[before].reference;
     if (other < reference) low = std::max(low, other + window + doubt);
     if (other > reference) high = std::min(high, other - window - doubt);
   }
-  return {static_cast<float>(low), static_cast<float>(high)};
+  return {static_cast<float>(low), static_cast<float>(high), references_[label], label};
 }
 
 int LabelTable::search_indexed(float depth) const {
@@ -84,8 +86,6 @@ void LabelTable::index_label(int label) {
     first_in_cell_.assign(std::bit_ceil(size), -1);
     next_in_cell_.assign(size, -1);
   }
-  // Infinities and not-a-number fit no depth; keeping them out keeps the chains short.
-  if (!std::isfinite(references_[label])) return;
   int& first = first_in_cell_[bucket_of(cell_of(references_[label]), first_in_cell_.size())];
   next_in_cell_[static_cast<std::size_t>(label)] = first;
   first = label;

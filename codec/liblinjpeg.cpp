@@ -1,6 +1,5 @@
 #include "codec/liblinjpeg.h"
 
-#include <array>
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +14,10 @@
 
 #include "codec/console.h"
 #include "codec/file_io.h"
+#include "codec/jpeg_rows.h"
+#include "codec/luminance.h"
+#include "codec/pixel_kernels.h"
+#include "codec/prefetch.h"
 
 using depth_io::print;
 using depth_io::print_line;
@@ -95,22 +98,30 @@ struct Encoder {
   jpeg_compress_struct codec;
 };
 
-bool encode(Encoder& encoder, const unsigned char* pixels, int width, int height, bool colour,
-            int quality) {
+/// What is to be encoded.
+struct Image {
+  int width;
+  int height;
+  bool colour;
+  int quality;
+  depth_io::RowSource rows;
+};
+
+bool encode(Encoder& encoder, const Image& image) {
   jpeg_compress_struct& codec = encoder.codec;
   if (setjmp(encoder.errors.recovery) != 0) return false;
-  codec.image_width = static_cast<JDIMENSION>(width);
-  codec.image_height = static_cast<JDIMENSION>(height);
-  codec.input_components = colour ? kBytesPerPixel : 1;
-  codec.in_color_space = colour ? JCS_RGB : JCS_GRAYSCALE;
+  codec.image_width = static_cast<JDIMENSION>(image.width);
+  codec.image_height = static_cast<JDIMENSION>(image.height);
+  codec.input_components = image.colour ? kBytesPerPixel : 1;
+  codec.in_color_space = image.colour ? JCS_RGB : JCS_GRAYSCALE;
   jpeg_set_defaults(&codec);
-  jpeg_set_quality(&codec, quality, TRUE);
+  jpeg_set_quality(&codec, image.quality, TRUE);
   jpeg_start_compress(&codec, TRUE);
   while (codec.next_scanline < codec.image_height) {
-    const std::size_t stride =
-        std::size_t{codec.image_width} * static_cast<std::size_t>(codec.input_components);
+    const unsigned char* const pixels =
+        image.rows.row_of(image.rows.context, static_cast<int>(codec.next_scanline));
     // libjpeg does not write to its input rows.
-    JSAMPROW row = const_cast<JSAMPROW>(pixels + codec.next_scanline * stride);
+    JSAMPROW row = const_cast<JSAMPROW>(pixels);
     jpeg_write_scanlines(&codec, &row, 1);
   }
   jpeg_finish_compress(&codec);
@@ -130,40 +141,42 @@ bool create_encoder(Encoder& encoder, depth_io::OutputFile& file) {
   return true;
 }
 
-/// Luminances, truncated toward zero. Kept: because of the truncation some greys come out one
-/// lower; the writer's read-back of its codes relies on finding these.
-constexpr unsigned char luminance(int red, int green, int blue) {
-  return static_cast<unsigned char>((0.299 * red + 0.587 * green) + 0.114 * blue);
-}
-
-/// Luminances of pixels whose three bytes are the same, as those of the code image are.
-constexpr std::array<unsigned char, 256> kGreyLuminances = [] {
-  std::array<unsigned char, 256> luminances{};
-  for (int value = 0; value < 256; ++value) {
-    luminances[static_cast<std::size_t>(value)] = luminance(value, value, value);
-  }
-  return luminances;
-}();
-
-void to_grey(const unsigned char* pixels, unsigned char* grey, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i, pixels += kBytesPerPixel) {
-    const bool is_grey = pixels[0] == pixels[1] && pixels[1] == pixels[2];
-    grey[i] = is_grey ? kGreyLuminances[pixels[0]] : luminance(pixels[0], pixels[1], pixels[2]);
-  }
-}
-
-bool write_jpeg(const char* file_name, const unsigned char* pixels, int width, int height,
-                bool colour, int quality) {
+bool write_jpeg(const char* file_name, const Image& image) {
   depth_io::OutputFile file(file_name);
   if (!file.is_open()) {
     print("JpegFile :\nCan't open %s\n", file_name);
     return false;
   }
   Encoder encoder;
-  const bool written =
-      create_encoder(encoder, file) && encode(encoder, pixels, width, height, colour, quality);
+  const bool written = create_encoder(encoder, file) && encode(encoder, image);
   jpeg_destroy_compress(&encoder.codec);
   return written;
+}
+
+/// A B, G, R image in memory, and room for one row of its luminances.
+struct ColourPixels {
+  const unsigned char* bytes;
+  int width;
+  unsigned char* grey_row;
+
+  const unsigned char* row(int number) const {
+    return bytes + static_cast<std::ptrdiff_t>(number) * width * kBytesPerPixel;
+  }
+};
+
+const unsigned char* colour_row(void* context, int row) {
+  return static_cast<const ColourPixels*>(context)->row(row);
+}
+
+const unsigned char* luminance_row(void* context, int row) {
+  const ColourPixels& image = *static_cast<const ColourPixels*>(context);
+  const unsigned char* pixel = image.row(row);
+  for (int i = 0; i < image.width; ++i, pixel += kBytesPerPixel) {
+    const bool is_grey = pixel[0] == pixel[1] && pixel[1] == pixel[2];
+    image.grey_row[i] = is_grey ? depth_io::kGreyLuminances[pixel[0]]
+                                : depth_io::luminance(pixel[0], pixel[1], pixel[2]);
+  }
+  return image.grey_row;
 }
 
 void stop_endless_scans(j_common_ptr cinfo) {
@@ -175,6 +188,7 @@ void stop_endless_scans(j_common_ptr cinfo) {
 /// All that libjpeg's decoder works on; see `Encoder`.
 struct Decoder {
   ErrorManager errors;
+  depth_io::RowSink sink;
   jpeg_progress_mgr progress;
   jpeg_decompress_struct codec;
   depth_io::JpegReadResult result;
@@ -217,13 +231,18 @@ bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t clearable)
   const JDIMENSION row_size = codec.output_width * static_cast<JDIMENSION>(codec.output_components);
   const JSAMPARRAY line =
       (*codec.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, row_size, 1);
+  const std::size_t row_bytes = std::size_t{codec.output_width} * kBytesPerPixel;
   while (codec.output_scanline < codec.output_height) {
+    depth_io::prefetch_to_write(pixels + codec.output_scanline * row_bytes, row_bytes);
     jpeg_read_scanlines(&codec, line, 1);
     const int row = static_cast<int>(codec.output_scanline) - 1;
     if (codec.output_components == kBytesPerPixel) {
       j_putRGBScanline(line[0], decoder.result.width, pixels, row);
     } else if (codec.output_components == 1) {
       j_putGrayScanlineToRGB(line[0], decoder.result.width, pixels, row);
+      if (decoder.sink.take != nullptr) {
+        decoder.sink.take(decoder.sink.context, line[0], decoder.result.width);
+      }
     }
   }
   jpeg_finish_decompress(&codec);
@@ -231,13 +250,16 @@ bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t clearable)
 }
 
 depth_io::JpegReadResult read_jpeg(const char* file_name, unsigned char* pixels,
-                                   std::size_t capacity, std::size_t clearable) {
-  const auto file = depth_io::read_regular_file(file_name);
+                                   std::size_t capacity, std::size_t clearable,
+                                   depth_io::RowSink sink = {}) {
+  char room[depth_io::kUsualFile];
+  const auto file = depth_io::read_regular_file(file_name, room);
   if (!file) {
     print("JPEG :\nCan't open %s\n", file_name);
     return {};
   }
   Decoder decoder = {};
+  decoder.sink = sink;
   decoder.result.decoded =
       start_decoding(decoder, file->text(), capacity) && decode_rows(decoder, pixels, clearable);
   decoder.result.warnings = decoder.errors.base.num_warnings;
@@ -257,16 +279,17 @@ JpegFile::~JpegFile() = default;
 bool JpegFile::RGBToJpegFile(char* fileName, unsigned char* dataBuf, int widthPix, int height,
                              bool color, int quality) {
   if (dataBuf == nullptr || widthPix <= 0 || height <= 0) return false;
-  if (color) return write_jpeg(fileName, dataBuf, widthPix, height, true, quality);
+  ColourPixels pixels{dataBuf, widthPix, nullptr};
+  if (color) return write_jpeg(fileName, {widthPix, height, true, quality, {colour_row, &pixels}});
 
-  const std::size_t pixels = static_cast<std::size_t>(widthPix) * static_cast<std::size_t>(height);
-  const std::unique_ptr<unsigned char[]> grey(new (std::nothrow) unsigned char[pixels]);
-  if (grey == nullptr) {
+  const std::unique_ptr<unsigned char[]> grey_row(
+      new (std::nothrow) unsigned char[static_cast<std::size_t>(widthPix)]);
+  if (grey_row == nullptr) {
     print_line("Memory error");
     return false;
   }
-  to_grey(dataBuf, grey.get(), pixels);
-  return write_jpeg(fileName, grey.get(), widthPix, height, false, quality);
+  pixels.grey_row = grey_row.get();
+  return write_jpeg(fileName, {widthPix, height, false, quality, {luminance_row, &pixels}});
 }
 
 bool JpegFile::JpegFileToRGB_fast(unsigned char* o_dataBuf, char* fileName, int& width,
@@ -288,13 +311,9 @@ void j_putRGBScanline(unsigned char* jpegline, int widthPix, unsigned char* outB
 }
 
 void j_putGrayScanlineToRGB(unsigned char* jpegline, int widthPix, unsigned char* outBuf, int row) {
-  unsigned char* pixel = row_of(outBuf, widthPix, row);
-  // Four bytes at once; the fourth is the next pixel's, which overwrites it.
-  for (int i = 0; i + 1 < widthPix; ++i, pixel += kBytesPerPixel) {
-    const std::uint32_t grey = jpegline[i] * 0x01010101U;
-    std::memcpy(pixel, &grey, sizeof grey);
-  }
-  if (widthPix > 0) std::memset(pixel, jpegline[widthPix - 1], kBytesPerPixel);
+  if (widthPix <= 0) return;
+  depth_io::pixel_kernels().expand_grey(jpegline, static_cast<std::size_t>(widthPix),
+                                        row_of(outBuf, widthPix, row));
 }
 
 void my_error_exit(j_common_ptr cinfo) {
@@ -308,6 +327,17 @@ namespace depth_io {
 
 JpegReadResult read_jpeg_file(const char* file_name, std::span<unsigned char> pixels) {
   return read_jpeg(file_name, pixels.data(), pixels.size(), pixels.size());
+}
+
+JpegReadResult read_jpeg_file(const char* file_name, std::span<unsigned char> pixels,
+                              RowSink sink) {
+  return read_jpeg(file_name, pixels.data(), pixels.size(), pixels.size(), sink);
+}
+
+bool write_grey_jpeg_file(const char* file_name, int width, int height, int quality,
+                          RowSource source) {
+  if (width <= 0 || height <= 0) return false;
+  return write_jpeg(file_name, {width, height, false, quality, source});
 }
 
 }  // namespace depth_io

@@ -3,16 +3,17 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
 #include "codec/labelling.h"
+#include "codec/pixel_kernels.h"
 
 namespace depth_io {
 namespace {
 
 constexpr float kOpenedLabelTolerance = 0.01F;
-constexpr float kCodeTolerance = 0.005001F;
 
 bool report_missed_depth(const struct_read_write_depth& record, const float* depth_map,
                          std::size_t pixel, int label, float reference, int code, float decoded) {
@@ -66,50 +67,61 @@ bool code_pixel(struct_read_write_depth& record, const float* depth_map, LabelTa
   return true;
 }
 
-/// So many pixels are coded at once where one label holds them all.
-constexpr int kBlock = 16;
-
-/// Codes a block of pixels that the label found last is sure to be the first to fit; false when
-/// there is none, or one of its pixels would be missed. The compiler makes vector code of the
-/// loops.
-bool code_block(struct_read_write_depth& record, const float* depth_map, const LabelTable& labels,
-                std::size_t first) {
-  const float* const depth = depth_map + first;
-  const int* const mask = record.write_MapObject + first;
-  int signs = 0;
-  for (int i = 0; i < kBlock; ++i) signs |= mask[i];
-  if (signs < 0 || !labels.fits_last(depth, kBlock)) return false;
-
-  const int label = labels.last();
-  const float reference = labels.reference(label);
-  int codes[kBlock];
-  int missed = 0;
-  for (int i = 0; i < kBlock; ++i) {
-    codes[i] = encode_depth(depth[i], reference);
-    const float decoded = static_cast<float>(codes[i]) / kCodesPerMetre - kHalfWindow + reference;
-    missed |= std::fabs(decoded - depth[i]) > kCodeTolerance ? 1 : 0;
+/// Codes pixels one by one, in order; false after a message at the first that cannot be. `next` is
+/// then that pixel, otherwise `end`.
+bool code_one_by_one(struct_read_write_depth& record, const float* depth_map, LabelTable& labels,
+                     std::size_t& next, std::size_t end) {
+  for (; next < end; ++next) {
+    if (record.write_MapObject[next] < 0) {
+      record.Label[next] = -1;
+      record.Encode[next] = 0;
+    } else if (!code_pixel(record, depth_map, labels, next)) {
+      return false;
+    }
   }
-  if (missed != 0) return false;
-  std::fill_n(record.Label + first, kBlock, label);
-  std::copy_n(codes, kBlock, record.Encode + first);
+  return true;
+}
+
+/// Codes pixels from `next` on as far as it goes without opening a label.
+void code_at_once(struct_read_write_depth& record, const float* depth_map, const LabelTable& labels,
+                  std::size_t& next, std::size_t pixels) {
+  LabelIntervals intervals = labels.sure_intervals();
+  next +=
+      pixel_kernels().code_pixels(depth_map + next, record.write_MapObject + next, pixels - next,
+                                  intervals, record.Label + next, record.Encode + next);
+}
+
+void leave_uncoded(struct_read_write_depth& record, std::size_t first) {
+  std::fill(record.Label + first, record.Label + pixel_count(record), -1);
+  std::fill(record.Encode + first, record.Encode + pixel_count(record), 0);
+}
+
+bool label_all_pixels(struct_read_write_depth& record, const float* depth_map, int& label_count) {
+  const std::size_t pixels = pixel_count(record);
+  LabelTable labels(record.LabelRefZ, static_cast<int>(pixels));
+  for (std::size_t next = 0; next < pixels;) {
+    // What is no number opens a label, and is mostly not alone.
+    if (!std::isnan(depth_map[next])) code_at_once(record, depth_map, labels, next, pixels);
+    const std::size_t end = std::min(next + kCodedBlock, pixels);
+    if (code_one_by_one(record, depth_map, labels, next, end)) continue;
+    leave_uncoded(record, next);
+    return false;
+  }
+  label_count = labels.count();
   return true;
 }
 
 }  // namespace
 
 bool label_pixels(struct_read_write_depth& record, const float* depth_map, int& label_count) {
-  const std::size_t pixels = pixel_count(record);
-  LabelTable labels(record.LabelRefZ, static_cast<int>(pixels));
-  for (std::size_t first = 0; first < pixels; first += kBlock) {
-    const std::size_t end = std::min(first + kBlock, pixels);
-    if (end - first == kBlock && code_block(record, depth_map, labels, first)) continue;
-    for (std::size_t pixel = first; pixel < end; ++pixel) {
-      if (record.write_MapObject[pixel] < 0) continue;
-      if (!code_pixel(record, depth_map, labels, pixel)) return false;
-    }
+  // Only a frame of very many labels wants memory.
+  try {
+    return label_all_pixels(record, depth_map, label_count);
+  } catch (const std::bad_alloc&) {
+    print_line("Memory error");
+    leave_uncoded(record, 0);
+    return false;
   }
-  label_count = labels.count();
-  return true;
 }
 
 }  // namespace depth_io

@@ -25,9 +25,7 @@ bool write_ppm(int width, int height, const float* red, const float* green, cons
       width > 0 && height > 0 ? static_cast<std::size_t>(width) * static_cast<std::size_t>(height)
                               : 0;
   for (std::size_t i = 0; i < pixels; ++i) {
-    file.write_byte(low_byte(red[i]));
-    file.write_byte(low_byte(green[i]));
-    file.write_byte(low_byte(blue[i]));
+    file.write_bytes({low_byte(red[i]), low_byte(green[i]), low_byte(blue[i])});
   }
   return file.close();
 }

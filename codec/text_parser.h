@@ -25,6 +25,8 @@ class TextParser {
   }
 
   std::optional<int> integer() {
+    skip_blanks();
+    if (const std::optional<int> number = short_number()) return number;
     const char* first = number_start();
     int value = 0;
     const auto [end, error] = std::from_chars(first, rest_.data() + rest_.size(), value);
@@ -61,6 +63,20 @@ class TextParser {
     std::size_t count = 0;
     while (count < rest_.size() && is_blank(rest_[count])) ++count;
     rest_.remove_prefix(count);
+  }
+
+  /// A number of a few digits between blanks, as nearly all are: read without further ado.
+  std::optional<int> short_number() {
+    constexpr std::size_t kMostDigits = 8;
+    const std::size_t most = rest_.size() < kMostDigits ? rest_.size() : kMostDigits;
+    int number = 0;
+    std::size_t length = 0;
+    for (; length < most && rest_[length] >= '0' && rest_[length] <= '9'; ++length) {
+      number = 10 * number + (rest_[length] - '0');
+    }
+    if (length == 0 || length == rest_.size() || !is_blank(rest_[length])) return {};
+    rest_.remove_prefix(length);
+    return number;
   }
 
   /// First character of a number; a leading '+' is passed over.

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -118,19 +119,34 @@ Step name_frame_at_position(Engine& engine, int debug) {
 
 // --- The next frame of the numbered sub-directories ---------------------------------------------
 
-/// Opens the content list of the current sub-directory; its path stays in `_temp_str`.
-void open_list(Engine& engine) {
+/// Opens the content list of the current sub-directory; its path stays in `_temp_str`. False when
+/// there may be one that cannot be opened.
+bool open_list(Engine& engine) {
   PathText path;
   depth_io::append_numbered_folder(path, engine.param.Directory, engine.CurrentSubDirectoryIndex);
   path.append("/list.txt");
-  if (store_name(engine._temp_str, path)) {
-    engine.fSubDir_r = depth_io::open_regular_file(engine._temp_str);
-  }
+  engine.fSubDir_r = nullptr;
+  if (!store_name(engine._temp_str, path)) return true;
+  errno = 0;
+  engine.fSubDir_r = depth_io::open_regular_file(engine._temp_str);
+  return engine.fSubDir_r != nullptr || errno == 0 || depth_io::is_missing(errno);
 }
 
-void close_list(Engine& engine) {
-  std::fclose(engine.fSubDir_r);
-  engine.fSubDir_r = nullptr;
+/// Goes to the next sub-directory's list. After a fault, which is told, the finished one stays: the
+/// fault may pass, and the next call tries again.
+bool open_next_list(Engine& engine) {
+  std::FILE* const finished = engine.fSubDir_r;
+  ++engine.CurrentSubDirectoryIndex;
+  const bool is_sound = open_list(engine);
+  print("opening new subfolder '%s'\n", engine._temp_str);
+  if (is_sound) {
+    std::fclose(finished);
+    return true;
+  }
+  print("ERROR failed to open '%s'\n", engine._temp_str);
+  engine.fSubDir_r = finished;
+  --engine.CurrentSubDirectoryIndex;
+  return false;
 }
 
 /// A blank-delimited word of a content list. One that is longer than an entry can be stays a word
@@ -176,15 +192,21 @@ bool open_first_list(Engine& engine) {
   return true;
 }
 
-/// Reads the sequence number that a line begins with, in the next list at the end of this one;
-/// false at the end of the recording.
-bool read_sequence_number(Engine& engine) {
-  if (read_word(engine.fSubDir_r).found) return true;
-  close_list(engine);
-  ++engine.CurrentSubDirectoryIndex;
-  open_list(engine);
-  print("opening new subfolder '%s'\n", engine._temp_str);
-  return engine.fSubDir_r != nullptr && read_word(engine.fSubDir_r).found;
+/// What the end of a list means: its end, or a fault, which is told.
+Step end_of_list(std::FILE* list) {
+  if (std::ferror(list) == 0) return Step::kFinished;
+  std::clearerr(list);
+  print_line("ERROR - sub dir content file cannot be read");
+  return Step::kFailed;
+}
+
+/// Reads the sequence number that a line begins with, in the next list at the end of this one.
+Step read_sequence_number(Engine& engine) {
+  if (read_word(engine.fSubDir_r).found) return Step::kNamed;
+  if (end_of_list(engine.fSubDir_r) == Step::kFailed) return Step::kFailed;
+  if (!open_next_list(engine)) return Step::kFailed;
+  if (engine.fSubDir_r == nullptr) return Step::kFinished;
+  return read_word(engine.fSubDir_r).found ? Step::kNamed : end_of_list(engine.fSubDir_r);
 }
 
 void build_entry_name(Engine& engine, const char* entry, const char* stem, const char* ending,
@@ -205,10 +227,9 @@ Step name_next_entry(Engine& engine) {
     print_line("ERROR - sub dir content file non existent!!");
     return Step::kFailed;
   }
-  if (!read_sequence_number(engine)) {
-    print_line("finished reading (case2)");
-    return Step::kFinished;
-  }
+  const Step step = read_sequence_number(engine);
+  if (step == Step::kFinished) print_line("finished reading (case2)");
+  if (step != Step::kNamed) return step;
   const ListWord word = read_word(engine.fSubDir_r);
   // What is no entry becomes an empty name, and is then reported as not loaded.
   const char* const entry = is_entry(word) ? word.text : nullptr;

@@ -59,7 +59,9 @@ bool KV_RGBD_CameraCompression2::SubDirHandle(bool SAVE_WITH_TIMESTAMP, int curr
     path.append(param.Directory);
   }
   path.append("/");
-  if (!path.fits()) return fail_to_make_folder(path.c_str());
+  // An engine without a directory, whose construction was refused, would write into the file
+  // system's root.
+  if (!path.fits() || !param.Directory_active) return fail_to_make_folder(path.c_str());
   depth_io::copy_text(temp_string, sizeof temp_string, path.c_str());
   if (!param.SubDirectory_active || CurrentNbFramesSavedInSubDirectory != 0) return true;
 
@@ -145,6 +147,7 @@ bool KV_RGBD_CameraCompression2::_recording_from_buffer(
                     SAVE_WITH_TIMESTAMP);
   }
   if (!SAVE_WITH_TIMESTAMP) {
+    if (!param.Directory_active) return fail_to_make_folder(param.Directory);
     // Kept: the ring holds stamped frames only, so every number means the slot that comes next.
     const auto slot_of = [this](int /*number*/) { return HistoryModCounter; };
     const auto write = [&](int slot, int number) {

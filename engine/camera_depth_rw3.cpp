@@ -9,7 +9,11 @@ namespace {
 using Engine = KV_RGBD_CameraCompression3;
 
 /// So many frames of one minute folder are played back.
+#ifdef CAMERA_DEPTH_RW_SMALL_ENGINES
+constexpr int kMostStamps = 16;
+#else
 constexpr int kMostStamps = 10000;
+#endif
 constexpr int kStampRowSize = 30;
 
 void release_buffers(Engine& engine) {
@@ -65,6 +69,8 @@ bool KV_RGBD_CameraCompression3::Construct(KV_RGBD_CameraCompression3_parameters
     CurrentFolderStringMinute[0] = '\0';
     depth_io::allocate_stamped_engine(*this);
     depth_io::set_stamped_capture_defaults(*this);
+    // So that playback needs no memory any more.
+    currentTimeStamp.reserve(kStampRowSize);
     create_stamp_lists(*this);
   } catch (...) {
     release_buffers(*this);

@@ -30,10 +30,12 @@ struct RateCheck {
 /// Compares with what stands in the slot of the frame number before this one, whatever that is.
 void measure_motion(Engine& engine, int current_frame) {
   if (!engine.USE_FRAME_DIFF) return;
-  engine.DisplayMovingFrame.Init(0.0F);
   const int previous_slot =
       engine.GetHistoryCorrespondingIndex(depth_io::wrapping_subtract(current_frame, 1));
-  if (!depth_io::is_slot(previous_slot, engine.SizeHistory)) return;
+  if (!depth_io::is_slot(previous_slot, engine.SizeHistory)) {
+    engine.DisplayMovingFrame.Init(0.0F);
+    return;
+  }
   engine.pct_moving =
       depth_io::measure_motion({.previous_depth = engine.HistoryDepth.arr1D[previous_slot].buffer,
                                 .depth = engine.MapZd.buffer,

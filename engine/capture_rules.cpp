@@ -1,19 +1,13 @@
 #include "engine/capture_rules.h"
 
-#include <cmath>
+#include "codec/pixel_kernels.h"
 
 namespace depth_io {
 
 float measure_motion(const MotionInput& frames, float contrast, float* moving) {
-  int count = 0;
-  for (int i = 0; i < kFramePixels; ++i) {
-    if (!frames.previous_has_depth[i] || !frames.has_depth[i]) continue;
-    const float change = std::fabs((frames.previous_depth[i] - frames.depth[i]) / frames.depth[i]);
-    if (change > contrast) {
-      ++count;
-      moving[i] = 255.0F;
-    }
-  }
+  const int count = pixel_kernels().mark_motion(
+      {frames.previous_depth, frames.depth, frames.previous_has_depth, frames.has_depth},
+      kFramePixels, contrast, moving);
   return static_cast<float>(count) / static_cast<float>(kFramePixels);
 }
 

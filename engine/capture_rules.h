@@ -8,8 +8,14 @@
 /// The rules of capture that the engines share, on plain data.
 namespace depth_io {
 
+#ifdef CAMERA_DEPTH_RW_SMALL_ENGINES
+// The fuzz targets try hundreds of engines a second.
+inline constexpr int kFrameWidth = 64;
+inline constexpr int kFrameHeight = 48;
+#else
 inline constexpr int kFrameWidth = 640;
 inline constexpr int kFrameHeight = 480;
+#endif
 inline constexpr int kFramePixels = kFrameWidth * kFrameHeight;
 inline constexpr int kColourBytes = kFramePixels * 3;
 
@@ -22,7 +28,8 @@ struct MotionInput {
 };
 
 /// Share (0..1) of all pixels whose depth changed by more than `contrast` relative to the current
-/// depth, counted where both frames have depth; each such pixel gets 255.0 in `moving`.
+/// depth, counted where both frames have depth; each such pixel gets 255.0 in `moving` and each
+/// other one 0.0.
 float measure_motion(const MotionInput& frames, float contrast, float* moving);
 
 /// Whether a frame may be written so many seconds after the last one: negative rates are no limit,

@@ -70,6 +70,12 @@ bool make_minute_folder(Engine& engine, const Moment& moment, Voice voice) {
   return make_folder(Level::kMinute, engine.CurrentFolderStringMinute, path, voice);
 }
 
+/// An engine without a directory, whose construction was refused, would make its folders in the
+/// file system's root.
+bool has_directory(const Engine& engine) {
+  return engine.param.Directory_active || fail_to_make(Level::kDay, "", ENOENT);
+}
+
 }  // namespace
 
 bool make_capture_folders(Engine& engine, const Moment& moment, bool from_the_top) {
@@ -81,7 +87,8 @@ bool make_capture_folders(Engine& engine, const Moment& moment, bool from_the_to
   const bool same_hour = engine.last_time_recorded_hour == moment.hour;
   const bool same_minute = engine.last_time_recorded_minute == moment.minute;
   constexpr Voice kVoice = Voice::kTellsAll;
-  const bool made = ((!from_the_top && same_day) || make_day_folder(engine, moment, kVoice)) &&
+  const bool made = has_directory(engine) &&
+                    ((!from_the_top && same_day) || make_day_folder(engine, moment, kVoice)) &&
                     ((!from_the_top && same_hour) || make_hour_folder(engine, moment, kVoice)) &&
                     ((!from_the_top && same_minute) || make_minute_folder(engine, moment, kVoice));
   // After a failure the next frame has all levels made, also when it is of the same minute.
@@ -90,7 +97,7 @@ bool make_capture_folders(Engine& engine, const Moment& moment, bool from_the_to
 }
 
 bool make_buffer_folders(Engine& engine, const Moment& moment) {
-  return make_day_folder(engine, moment, Voice::kTellsFailures) &&
+  return has_directory(engine) && make_day_folder(engine, moment, Voice::kTellsFailures) &&
          make_hour_folder(engine, moment, Voice::kTellsFailures) &&
          make_minute_folder(engine, moment, Voice::kTellsFailures);
 }

@@ -137,11 +137,12 @@ void measure_motion_since_last(Engine& engine) {
   engine.RECORDED = false;
   engine.pct_moving = 0.0F;
   if (!engine.USE_FRAME_DIFF) return;
-  engine.DisplayMovingFrame.Init(0.0F);
-  if (!engine.INITIALISED) return;
   const int before = engine.HistoryModCounter - 1;
   const int previous_slot = before < 0 ? engine.SizeHistory - 1 : before;
-  if (!is_slot(previous_slot, engine.SizeHistory)) return;
+  if (!engine.INITIALISED || !is_slot(previous_slot, engine.SizeHistory)) {
+    engine.DisplayMovingFrame.Init(0.0F);
+    return;
+  }
   engine.pct_moving =
       measure_motion({.previous_depth = engine.HistoryDepth.arr1D[previous_slot].buffer,
                       .depth = engine.DepthMap,

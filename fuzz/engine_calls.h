@@ -8,13 +8,12 @@
 #include <vector>
 
 #include "codec/timestamps.h"
+#include "engine/capture_rules.h"
 #include "fuzz/fuzz_support.h"
 
 /// Arguments of engine calls, taken from an input. Everything that is written stays below a scratch
 /// directory.
 namespace depth_io::fuzz {
-
-inline constexpr std::size_t kFramePixels = std::size_t{480} * 640;
 
 /// One call: which, and every argument that it could want. All are drawn for every call and in
 /// this order, so that an input means the same with every compiler.
@@ -148,7 +147,9 @@ class EngineCalls {
       if (style == 1) depth = static_cast<float>(input_.byte()) * 0.05F;
       if (style == 2) depth = input_.real();
     }
-    for (std::size_t i = 0; i < kFramePixels; ++i) depth_[i] = strips[i / 640 % 4];
+    for (int row = 0; row < kFrameHeight; ++row) {
+      std::fill_n(depth_.begin() + std::ptrdiff_t{row} * kFrameWidth, kFrameWidth, strips[row % 4]);
+    }
     return depth_.data();
   }
 
@@ -158,7 +159,7 @@ class EngineCalls {
   std::string directory_;
   std::list<std::string> texts_;
   std::vector<float> depth_ = std::vector<float>(kFramePixels);
-  std::vector<unsigned char> colour_ = std::vector<unsigned char>(kFramePixels * 3, 77);
+  std::vector<unsigned char> colour_ = std::vector<unsigned char>(kColourBytes, 77);
 };
 
 }  // namespace depth_io::fuzz

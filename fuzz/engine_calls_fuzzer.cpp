@@ -17,7 +17,6 @@ using depth_io::Moment;
 using depth_io::fuzz::EngineCall;
 using depth_io::fuzz::EngineCalls;
 using depth_io::fuzz::Input;
-using depth_io::fuzz::kFramePixels;
 
 constexpr int kMostCalls = 10;
 constexpr std::size_t kMostBytes = 400;
@@ -173,7 +172,7 @@ void call_stamped(Engine& engine, const EngineCall& c) {
       break;
     case 1:
       if (engine.DepthMap == nullptr || c.depth == nullptr) break;
-      std::copy_n(c.depth, kFramePixels, engine.DepthMap);
+      std::copy_n(c.depth, depth_io::kFramePixels, engine.DepthMap);
       engine.MapHasDepth.Init(c.flag);
       break;
     case 2:

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -63,14 +62,14 @@ class FrameBench {
   }
 
  private:
-  /// Leaves traces of another frame, which must not be seen in the next one.
+  /// Leaves traces of another frame, which must not be seen in the next one: every byte `trace`.
   void spoil_record(int trace) {
     const std::size_t pixels = depth_io::pixel_count(record_);
-    std::fill_n(record_.Label, pixels, trace);
-    std::fill_n(record_.LabelRefZ, pixels, static_cast<float>(trace));
-    std::fill_n(record_.ErrorCorrect, pixels, 99 * trace);
-    std::fill_n(record_.EncodeUC, 3 * pixels, static_cast<unsigned char>(100 * trace));
-    std::fill_n(record_.LoadedDepth, pixels, static_cast<float>(trace));
+    std::memset(record_.Label, trace, pixels * sizeof(int));
+    std::memset(record_.LabelRefZ, trace, pixels * sizeof(float));
+    std::memset(record_.ErrorCorrect, trace, pixels * sizeof(int));
+    std::memset(record_.EncodeUC, trace, 3 * pixels);
+    std::memset(record_.LoadedDepth, trace, pixels * sizeof(float));
   }
 
   depth_io::fuzz::ScratchDirectory directory_;

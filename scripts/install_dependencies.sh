@@ -5,13 +5,15 @@ set -euo pipefail
 
 build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev
   libopenni-dev pkg-config)
+python_packages=(pybind11-dev python3-dev python3-numpy)
 bench_packages=(libbenchmark-dev libzstd-dev)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck)
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind ffmpeg python3-open3d
+  python3-pytest python3-matplotlib mypy)
 
 case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;
-  test) wanted=("${build_packages[@]}" "${test_packages[@]}") ;;
-  bench) wanted=("${build_packages[@]}" "${bench_packages[@]}") ;;
+  test) wanted=("${build_packages[@]}" "${python_packages[@]}" "${test_packages[@]}") ;;
+  bench) wanted=("${build_packages[@]}" "${python_packages[@]}" "${bench_packages[@]}") ;;
   *)
     echo "usage: $0 [build|test|bench]" >&2
     exit 2

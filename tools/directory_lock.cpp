@@ -11,7 +11,7 @@
 
 namespace depth_io::tools {
 
-DirectoryLock::DirectoryLock(const std::string& directory)
+DirectoryLock::DirectoryLock(const std::string& directory, const char* who)
     : descriptor_(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
   if (descriptor_ < 0) {
     throw Failure("cannot open the directory '" + directory + "': " + std::strerror(errno));
@@ -24,7 +24,7 @@ DirectoryLock::DirectoryLock(const std::string& directory)
   const int reason = errno;
   ::close(descriptor_);
   if (reason == EWOULDBLOCK) {
-    throw Failure("another recorder is at work in '" + directory + "'");
+    throw Failure("another " + std::string(who) + " is at work in '" + directory + "'");
   }
   throw Failure("cannot lock the directory '" + directory + "': " + std::strerror(reason));
 }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -80,6 +81,15 @@ std::optional<std::string> read_regular_file(const std::string& path, std::size_
 std::optional<std::string> read_start_of_file(const std::string& path, std::size_t size) {
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   if (!regular_size(file)) return {};
+  return read_bytes(file, size);
+}
+
+std::optional<std::string> read_end_of_file(const std::string& path, std::size_t size) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const std::optional<std::uintmax_t> all = regular_size(file);
+  if (!all) return {};
+  const auto begin = static_cast<off_t>(*all - std::min<std::uintmax_t>(*all, size));
+  if (::lseek(file.get(), begin, SEEK_SET) < 0) return {};
   return read_bytes(file, size);
 }
 

@@ -14,6 +14,9 @@ std::optional<std::string> read_regular_file(const std::string& path, std::size_
 /// The first bytes of a regular file, at most `size`; none when there is no such file.
 std::optional<std::string> read_start_of_file(const std::string& path, std::size_t size);
 
+/// The last bytes of a regular file, at most `size`; none when there is no such file.
+std::optional<std::string> read_end_of_file(const std::string& path, std::size_t size);
+
 /// Throws `Failure` when a file to be replaced is there and is a directory or a device.
 void check_replaceable(const std::string& path);
 

@@ -26,6 +26,10 @@ std::size_t remove_unusable_readings(std::vector<float>& depth, float deepest);
 /// code image of a recording is lossy, a hole may come back as that much.
 inline constexpr float kLeastReading = 0.01502F;
 
+/// Recorded depths below this, metres, leave for other programs as no reading: a hole can come back
+/// from a recording as a few centimetres, and no camera measures there.
+inline constexpr float kLeastExportedReading = 0.05F;
+
 /// Focal lengths and principal point, pixels.
 struct Intrinsics {
   float a11;

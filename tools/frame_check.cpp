@@ -109,31 +109,51 @@ std::string check_jpeg(const std::string& path) {
   return kNoFault;
 }
 
+void add_fault(std::vector<std::string>& faults, const std::string& name,
+               const std::string& fault) {
+  if (!fault.empty()) faults.push_back("'" + name + "' " + fault);
+}
+
+void add_image_fault(const Recording& recording, bool exists, const std::string& name,
+                     std::vector<std::string>& faults) {
+  add_fault(faults, name, exists ? check_jpeg(recording.directory() + "/" + name) : "is missing");
+}
+
 }  // namespace
 
-std::vector<std::string> find_faults(const Recording& recording, const RecordedFrame& frame) {
+std::vector<std::string> find_depth_faults(const Recording& recording, const RecordedFrame& frame) {
   std::vector<std::string> faults;
-  const auto tell = [&faults](const std::string& name, const std::string& fault) {
-    if (!fault.empty()) faults.push_back("'" + name + "' " + fault);
-  };
-  const auto check = [&](bool exists, const std::string& name, auto check_contents) {
+  const std::string name = frame.depth_name();
+  const auto check = [&](bool exists, const char* ending, auto check_contents) {
     if (!exists) {
-      tell(name, "is missing");
+      add_fault(faults, name + ending, "is missing");
       return;
     }
-    const auto bytes = read_regular_file(recording.directory() + "/" + name, kSizeLimit);
-    tell(name, bytes ? check_contents(*bytes) : "cannot be read");
+    const auto bytes = read_regular_file(recording.directory() + "/" + name + ending, kSizeLimit);
+    add_fault(faults, name + ending, bytes ? check_contents(*bytes) : "cannot be read");
   };
-  const auto check_image = [&](bool exists, const std::string& name) {
-    tell(name, exists ? check_jpeg(recording.directory() + "/" + name) : "is missing");
-  };
-  const std::string name = frame.depth_name();
-  check(frame.has_label_map, name + kLabelMapEnding, check_label_map);
-  check(frame.has_reference, name + kReferenceEnding, check_reference);
-  check_image(frame.has_codes, name + kJpegEnding);
-  check(frame.has_errors, name + kErrorEnding, check_errors);
-  if (recording.wants_colour(frame))
-    check_image(frame.has_colour, frame.colour_name() + kJpegEnding);
+  check(frame.has_label_map, kLabelMapEnding, check_label_map);
+  check(frame.has_reference, kReferenceEnding, check_reference);
+  add_image_fault(recording, frame.has_codes, name + kJpegEnding, faults);
+  check(frame.has_errors, kErrorEnding, check_errors);
+  return faults;
+}
+
+std::vector<std::string> find_colour_faults(const Recording& recording,
+                                            const RecordedFrame& frame) {
+  std::vector<std::string> faults;
+  if (frame.has_colour || recording.wants_colour(frame)) {
+    add_image_fault(recording, frame.has_colour, frame.colour_name() + kJpegEnding, faults);
+  }
+  return faults;
+}
+
+std::vector<std::string> find_faults(const Recording& recording, const RecordedFrame& frame) {
+  std::vector<std::string> faults = find_depth_faults(recording, frame);
+  if (!recording.wants_colour(frame)) return faults;
+  for (std::string& fault : find_colour_faults(recording, frame)) {
+    faults.push_back(std::move(fault));
+  }
   return faults;
 }
 

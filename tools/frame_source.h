@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,8 @@ class FrameSource {
   /// Number of frames; none for a source that does not end by itself.
   virtual std::optional<long> frame_count() const = 0;
   virtual bool has_colour() const = 0;
+  /// When a frame was taken, microseconds since 1970; none when the source does not know.
+  virtual std::optional<std::int64_t> time_of(long /*index*/) const { return {}; }
 
   /// Fills `frame` with the next frame; false at the end. Throws `Failure` when it is damaged,
   /// `SourceStalled` when none comes.

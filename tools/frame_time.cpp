@@ -122,6 +122,20 @@ double seconds_between(const Moment& from, const Moment& to) {
   return static_cast<double>((to_milliseconds(to) - to_milliseconds(from)).count()) / 1e3;
 }
 
+std::int64_t microseconds_of(const Moment& moment) {
+  return to_milliseconds(moment).time_since_epoch().count() * 1000;
+}
+
+Moment moment_at(std::int64_t microseconds) {
+  return to_moment(Milliseconds(std::chrono::milliseconds((microseconds + 500) / 1000)));
+}
+
+std::string seconds_text(std::int64_t microseconds) {
+  constexpr std::int64_t kMicro = 1000000;
+  return format_text("%lld.%06lld", static_cast<long long>(microseconds / kMicro),
+                     static_cast<long long>(microseconds % kMicro));
+}
+
 bool is_before(const Moment& a, const Moment& b) {
   const auto fields = [](const Moment& m) {
     return std::tie(m.year, m.month, m.day, m.hour, m.minute, m.second, m.millisecond);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +16,15 @@ Moment local_time_now();
 Moment moment_after(const Moment& start, double seconds);
 
 double seconds_between(const Moment& from, const Moment& to);
+
+/// Microseconds since 1970 of a moment, as if its clock showed universal time.
+std::int64_t microseconds_of(const Moment& moment);
+
+/// The moment of so many microseconds since 1970, rounded to a millisecond.
+Moment moment_at(std::int64_t microseconds);
+
+/// Microseconds as seconds with six decimals: 1365516307.042000.
+std::string seconds_text(std::int64_t microseconds);
 
 bool is_before(const Moment& a, const Moment& b);
 

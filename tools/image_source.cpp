@@ -12,11 +12,14 @@
 #include "tools/files.h"
 #include "tools/output.h"
 #include "tools/png_file.h"
+#include "tools/tum_lists.h"
 
 namespace depth_io::tools {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr double kTumUnitsPerMetre = 5000;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
@@ -32,12 +35,11 @@ std::string_view without_zeros(std::string_view digits) {
   return digits.substr(std::min(digits.find_first_not_of('0'), digits.size()));
 }
 
-double read_scale(const std::string& directory) {
+/// Units per metre out of the file `scale`; none when there is no such file.
+std::optional<double> read_scale(const std::string& directory) {
   const std::string path = directory + "/scale";
   const std::optional<std::string> text = read_regular_file(path, 4096);
-  if (!text) {
-    throw Failure("there is no file '" + path + "' with the units per metre; give --scale");
-  }
+  if (!text) return {};
   double scale = 0;
   const char* const end = text->data() + text->size();
   const auto result = std::from_chars(text->data(), end, scale);
@@ -103,45 +105,90 @@ bool comes_before(const std::string& a, const std::string& b) {
   return a < b;
 }
 
-ImageSource::ImageSource(std::string directory, std::optional<double> units_per_metre,
-                         bool with_colour)
+ImageSource::ImageSource(std::string directory, const ImageChoice& choice)
     : directory_(std::move(directory)) {
   std::error_code error;
   if (!fs::is_directory(directory_, error)) {
     throw Failure("there is no directory '" + directory_ + "'");
   }
-  names_ = list_depth_names(directory_);
-  units_per_metre_ = units_per_metre ? *units_per_metre : read_scale(directory_);
-  if (with_colour) find_colour_files();
+  const bool is_listed = has_tum_lists(directory_);
+  if (is_listed) {
+    take_lists(choice);
+  } else {
+    take_names(choice.with_colour);
+  }
+  std::optional<double> scale = choice.units_per_metre;
+  if (!scale) scale = read_scale(directory_);
+  if (!scale && is_listed) scale = kTumUnitsPerMetre;
+  if (!scale) {
+    throw Failure("there is no file '" + directory_ +
+                  "/scale' with the units per metre; give --scale");
+  }
+  units_per_metre_ = *scale;
 }
 
-void ImageSource::find_colour_files() {
+void ImageSource::take_names(bool with_colour) {
+  const std::vector<std::string> names = list_depth_names(directory_);
   std::error_code error;
-  if (!fs::is_directory(directory_ + "/rgb", error)) return;
-  for (const std::string& name : names_) {
-    std::string path = directory_ + "/rgb/" + name + ".png";
-    if (!fs::exists(path, error)) path = directory_ + "/rgb/" + name + ".jpg";
-    if (!fs::exists(path, error)) {
-      throw Failure("there is no colour image '" + directory_ + "/rgb/" + name +
-                    ".png' or .jpg; give --no-colour to do without");
-    }
-    colour_files_.push_back(path);
+  has_colour_ = with_colour && fs::is_directory(directory_ + "/rgb", error);
+  for (const std::string& name : names) {
+    images_.push_back({directory_ + "/depth/" + name + ".png",
+                       has_colour_ ? colour_file(name) : std::string(),
+                       {}});
   }
+}
+
+std::string ImageSource::colour_file(const std::string& name) const {
+  const std::string base = directory_ + "/rgb/" + name;
+  std::error_code error;
+  for (const char* const ending : {".png", ".jpg"}) {
+    if (fs::exists(base + ending, error)) return base + ending;
+  }
+  throw Failure("there is no colour image '" + base +
+                ".png' or .jpg; give --no-colour to do without");
+}
+
+void ImageSource::take_lists(const ImageChoice& choice) {
+  const std::string colour_list = directory_ + "/rgb.txt";
+  std::vector<ListedImage> colour;
+  if (regular_file_size(colour_list)) colour = read_tum_list(colour_list);
+  const std::vector<ListedImage> depth = read_tum_list(directory_ + "/depth.txt");
+  if (depth.empty()) throw Failure("'" + directory_ + "/depth.txt' lists no images");
+  has_colour_ = choice.with_colour && !colour.empty();
+  const bool wants_pairs = !colour.empty() && !choice.with_unpaired;
+  for (const ListedFrame& frame : associate(depth, colour, choice.max_gap_seconds)) {
+    if (wants_pairs && !frame.colour) {
+      ++unpaired_;
+      continue;
+    }
+    images_.push_back({directory_ + "/" + frame.depth.file,
+                       frame.colour ? directory_ + "/" + frame.colour->file : std::string(),
+                       frame.depth.microseconds});
+  }
+  if (!images_.empty()) return;
+  throw Failure(
+      format_text("no depth image of '%s' has a colour image within %g s; give a larger "
+                  "--max-gap, or --no-colour",
+                  directory_.c_str(), choice.max_gap_seconds));
+}
+
+std::optional<std::int64_t> ImageSource::time_of(long index) const {
+  if (index < 0 || index >= static_cast<long>(images_.size())) return {};
+  return images_[static_cast<std::size_t>(index)].microseconds;
 }
 
 void ImageSource::load(long index, Frame& frame) {
-  if (index < 0 || index >= static_cast<long>(names_.size())) {
+  if (index < 0 || index >= static_cast<long>(images_.size())) {
     throw Failure(format_text("'%s' has no frame %ld", directory_.c_str(), index));
   }
-  const auto place = static_cast<std::size_t>(index);
-  load_depth(directory_ + "/depth/" + names_[place] + ".png", frame.depth);
-  frame.has_colour = has_colour();
+  const Images& images = images_[static_cast<std::size_t>(index)];
+  load_depth(images.depth, frame.depth);
+  frame.has_colour = has_colour_ && !images.colour.empty();
   if (!frame.has_colour) return;
-  const std::string& path = colour_files_[place];
-  if (path.ends_with(".png")) {
-    load_png(path, frame.bgr);
+  if (images.colour.ends_with(".png")) {
+    load_png(images.colour, frame.bgr);
   } else {
-    load_jpeg(path, frame.bgr);
+    load_jpeg(images.colour, frame.bgr);
   }
   for (std::size_t i = 0; i < frame.bgr.size(); i += 3) std::swap(frame.bgr[i], frame.bgr[i + 2]);
 }

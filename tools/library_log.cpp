@@ -6,11 +6,20 @@
 
 namespace depth_io::tools {
 
+void show_library_lines(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) std::fprintf(stderr, "  | %s\n", line.c_str());
+}
+
 LibraryLog::LibraryLog(bool verbose) : verbose_(verbose) {
   set_print_handler([](void* log, const char* text,
                        std::size_t length) { static_cast<LibraryLog*>(log)->add(text, length); },
                     this);
-  set_key_wait_handler([](void* log) { ++static_cast<LibraryLog*>(log)->key_waits_; }, this);
+  const auto count_key_wait = [](void* context) {
+    auto* const log = static_cast<LibraryLog*>(context);
+    const std::lock_guard lock(log->mutex_);
+    ++log->own_lines().key_waits;
+  };
+  set_key_wait_handler(count_key_wait, this);
 }
 
 LibraryLog::~LibraryLog() {
@@ -19,35 +28,46 @@ LibraryLog::~LibraryLog() {
 }
 
 void LibraryLog::start_operation() {
-  key_waits_ = 0;
-  line_.clear();
-  last_lines_.clear();
+  const std::lock_guard lock(mutex_);
+  own_lines() = {};
 }
 
-void LibraryLog::show_last_lines() const {
-  if (verbose_) return;
-  for (const std::string& line : last_lines_) std::fprintf(stderr, "  | %s\n", line.c_str());
-  if (!line_.empty()) std::fprintf(stderr, "  | %s\n", line_.c_str());
+int LibraryLog::key_waits() const {
+  const std::lock_guard lock(mutex_);
+  return own_lines().key_waits;
+}
+
+void LibraryLog::show_last_lines() const { show_library_lines(last_lines()); }
+
+std::vector<std::string> LibraryLog::last_lines() const {
+  if (verbose_) return {};
+  const std::lock_guard lock(mutex_);
+  const Lines& own = own_lines();
+  std::vector<std::string> lines(own.last_lines.begin(), own.last_lines.end());
+  if (!own.line.empty()) lines.push_back(own.line);
+  return lines;
 }
 
 void LibraryLog::add(const char* text, std::size_t length) {
+  const std::lock_guard lock(mutex_);
+  Lines& lines = own_lines();
   for (std::size_t i = 0; i < length; ++i) {
     if (text[i] == '\n') {
-      end_line();
-    } else if (line_.size() < kLongestLine) {
-      line_.push_back(text[i]);
+      end_line(lines);
+    } else if (lines.line.size() < kLongestLine) {
+      lines.line.push_back(text[i]);
     }
   }
 }
 
-void LibraryLog::end_line() {
+void LibraryLog::end_line(Lines& lines) {
   if (verbose_) {
-    std::fprintf(stderr, "  | %s\n", line_.c_str());
+    show_library_lines({lines.line});
   } else {
-    last_lines_.push_back(line_);
-    if (last_lines_.size() > kKeptLines) last_lines_.pop_front();
+    lines.last_lines.push_back(lines.line);
+    if (lines.last_lines.size() > kKeptLines) lines.last_lines.pop_front();
   }
-  line_.clear();
+  lines.line.clear();
 }
 
 }  // namespace depth_io::tools

@@ -9,6 +9,7 @@
 #include "tools/camera_command.h"
 #include "tools/catalogue_command.h"
 #include "tools/dump_command.h"
+#include "tools/export/export_command.h"
 #include "tools/failure.h"
 #include "tools/info_command.h"
 #include "tools/interruption.h"
@@ -17,6 +18,9 @@
 #include "tools/record_command.h"
 #include "tools/scripts_command.h"
 #include "tools/verify_command.h"
+#if defined(DEPTHRW_HAS_VIEWER)
+#include "tools/view_command.h"
+#endif
 
 namespace depth_io::tools {
 namespace {
@@ -31,9 +35,12 @@ int run_program(int argc, char** argv) {
   const std::vector<std::function<int()>> commands = {
       add_record_command(program),  add_play_command(program),      add_verify_command(program),
       add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
-      add_scripts_command(program), add_summaries_command(program),
+      add_scripts_command(program), add_summaries_command(program), add_export_command(program),
 #ifdef DEPTHRW_HAS_OPENNI
       add_camera_command(program),
+#endif
+#ifdef DEPTHRW_HAS_VIEWER
+      add_view_command(program),
 #endif
   };
   try {

@@ -3,6 +3,7 @@
 #include "tools/failure.h"
 #include "tools/image_source.h"
 #include "tools/looped_source.h"
+#include "tools/output.h"
 #include "tools/synthetic_source.h"
 
 #ifdef DEPTHRW_HAS_OPENNI
@@ -56,8 +57,13 @@ std::unique_ptr<FrameSource> open_source(const SourceChoice& choice, LibraryLog&
 std::unique_ptr<IndexedSource> open_indexed_source(const SourceChoice& choice) {
   if (!is_indexed(choice.text)) refuse(choice.text, "the source", kIndexedSourceHelp);
   if (choice.text == kSynthetic) return std::make_unique<SyntheticSource>(choice.seed);
-  auto images =
-      std::make_unique<ImageSource>(behind(kImages, choice.text), choice.scale, choice.with_colour);
+  const ImageChoice image_choice{choice.scale, choice.with_colour, choice.max_gap,
+                                 choice.with_unpaired};
+  auto images = std::make_unique<ImageSource>(behind(kImages, choice.text), image_choice);
+  if (images->unpaired() > 0) {
+    write_message("%zu depth images have no colour image within %g s and are left out (--max-gap)",
+                  images->unpaired(), choice.max_gap);
+  }
   if (!choice.loop) return images;
   return std::make_unique<LoopedSource>(std::move(images));
 }

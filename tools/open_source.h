@@ -18,6 +18,8 @@ struct SourceChoice {
   std::optional<double> scale;  ///< units per metre, instead of the file of an image directory
   bool with_colour = true;      ///< false: colour images are not looked for
   bool loop = false;            ///< begin again at the end
+  double max_gap = 0.02;        ///< seconds between the images of a frame, of a data set with lists
+  bool with_unpaired = false;   ///< take also depth images of such a set that have no colour image
   double stall_seconds = 5;     ///< a camera without a new frame for so long has stalled
 };
 

@@ -73,12 +73,13 @@ class Reader {
 
 class Writer {
  public:
-  explicit Writer(Stream& stream)
+  Writer(Stream& stream, PngEffort effort)
       : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &stream, keep_error, ignore_warning)),
         info(png == nullptr ? nullptr : png_create_info_struct(png)) {
     if (info == nullptr) throw Failure("out of memory");
     png_set_write_fn(png, &stream, write_bytes, flush_nothing);
-    png_set_compression_level(png, 6);
+    png_set_compression_level(png, effort == PngEffort::kFast ? 2 : 6);
+    if (effort == PngEffort::kFast) png_set_filter(png, 0, PNG_FILTER_SUB | PNG_FILTER_UP);
   }
   ~Writer() { png_destroy_write_struct(&png, &info); }
   Writer(const Writer&) = delete;
@@ -155,11 +156,11 @@ void read_png(const std::string& path, Kind kind, Allocate allocate) {
 }
 
 void write_png(const std::string& path, Kind kind, int width, int height,
-               const unsigned char* pixels) {
+               const unsigned char* pixels, PngEffort effort) {
   std::string bytes;
   Stream stream;
   stream.output = &bytes;
-  const Writer writer(stream);
+  const Writer writer(stream, effort);
   const std::size_t row_size = static_cast<std::size_t>(width) * (kind == Kind::kGrey16 ? 2 : 3);
   std::vector<png_bytep> rows(static_cast<std::size_t>(height));
   for (std::size_t y = 0; y < rows.size(); ++y) {
@@ -193,13 +194,14 @@ Picture read_colour_png(const std::string& path) {
   return picture;
 }
 
-void write_grey_png(const std::string& path, const GreyImage& image) {
+void write_grey_png(const std::string& path, const GreyImage& image, PngEffort effort) {
   write_png(path, Kind::kGrey16, image.width, image.height,
-            reinterpret_cast<const unsigned char*>(image.pixels.data()));
+            reinterpret_cast<const unsigned char*>(image.pixels.data()), effort);
 }
 
-void write_colour_png(const std::string& path, const Picture& picture) {
-  write_png(path, Kind::kColour8, picture.width(), picture.height(), picture.bytes().data());
+void write_colour_png(const std::string& path, const Picture& picture, PngEffort effort) {
+  write_png(path, Kind::kColour8, picture.width(), picture.height(), picture.bytes().data(),
+            effort);
 }
 
 }  // namespace depth_io::tools

@@ -83,6 +83,13 @@ void check_source(const RecordArguments& a) {
           "--max-depth must be above 0 and at most 255 metres");
   require(!a.source.scale || (std::isfinite(*a.source.scale) && *a.source.scale > 0),
           "--scale must be a number of units per metre above 0");
+  require(!a.times || *a.times == "source" || *a.times == "even", "--times must be source or even");
+  require(a.times != "source" || naming_of(a) == Naming::kTime,
+          "--times source wants frames named by time: give --name-by time with --layout flat");
+  require(a.times != "source" || !a.fps_is_given,
+          "--fps and --times source exclude each other: the source has its own times");
+  require(std::isfinite(a.source.max_gap) && a.source.max_gap >= 0,
+          "--max-gap must be a number of seconds from 0");
   require(a.start.empty() || parse_moment(a.start).has_value(),
           "--start must be a time such as 2013-04-09T14:05:07.042");
 }
@@ -170,9 +177,16 @@ int history_frames(const RecordArguments& a) {
 }
 
 /// Frames until the calendar of the stamps ends.
-double frames_until_the_last_year(const RecordingInfo& info) {
+double frames_until_the_last_year(const FrameClock& clock, const RecordingInfo& info) {
   constexpr Moment kEnd{9999, 12, 31, 23, 59, 59, 0};
-  return std::floor(seconds_between(info.start, kEnd) * info.fps);
+  return std::floor(clock.frames_before(seconds_between(info.start, kEnd)));
+}
+
+bool has_times(const FrameSource& source) { return source.time_of(0).has_value(); }
+
+bool uses_source_times(const RecordArguments& a, const FrameSource& source) {
+  if (a.times) return *a.times == "source";
+  return has_times(source) && naming_of(a) == Naming::kTime && !a.fps_is_given;
 }
 
 }  // namespace
@@ -202,6 +216,12 @@ std::string checked_directory(const RecordArguments& a) {
   return directory;
 }
 
+FrameClock clock_of(const RecordArguments& a, const FrameSource& source) {
+  if (!uses_source_times(a, source)) return FrameClock(a.fps);
+  require(has_times(source), "--times source: this source has no times of its own");
+  return FrameClock(source);
+}
+
 RecordingInfo describe(const RecordArguments& a, const FrameSource& source) {
   RecordingInfo info;
   info.program = "depthrw " DEPTHRW_VERSION;
@@ -209,8 +229,14 @@ RecordingInfo describe(const RecordArguments& a, const FrameSource& source) {
   info.seed = a.source.seed;
   info.scale = a.source.scale;
   info.loop = a.source.loop;
+  info.max_gap = a.source.max_gap;
   info.fps = a.fps;
-  info.start = a.start.empty() ? local_time_now() : parse_moment(a.start).value();
+  info.source_times = uses_source_times(a, source);
+  if (!a.start.empty()) {
+    info.start = parse_moment(a.start).value();
+  } else {
+    info.start = info.source_times ? moment_at(source.time_of(0).value()) : local_time_now();
+  }
   info.layout = layout_of(a);
   info.naming = naming_of(a);
   if (info.layout == Layout::kNumbered) {
@@ -240,15 +266,15 @@ bool goes_on_forever(const RecordArguments& a, const FrameSource& source) {
   return !has_end && (source.is_live() || trigger_of(a) == Trigger::kSignal || a.source.loop);
 }
 
-long frames_to_offer(const RecordArguments& a, const FrameSource& source,
+long frames_to_offer(const RecordArguments& a, const FrameSource& source, const FrameClock& clock,
                      const RecordingInfo& info) {
-  const auto most =
-      std::min(static_cast<double>(most_frames(info.layout)), frames_until_the_last_year(info));
+  const double until_the_last_year = frames_until_the_last_year(clock, info);
+  const auto most = std::min(static_cast<double>(most_frames(info.layout)), until_the_last_year);
   require(most >= 1, "the recording would go on after the year 9999");
   double wanted = most;
   if (a.frames) wanted = static_cast<double>(*a.frames);
   // A camera's frames come when they come: its recording looks at the clock.
-  if (a.duration) wanted = source.is_live() ? most : std::round(*a.duration * a.fps);
+  if (a.duration) wanted = source.is_live() ? most : std::round(clock.frames_before(*a.duration));
   require(wanted >= 1, "--duration is shorter than a frame");
   require(wanted <= static_cast<double>(most_frames(info.layout)),
           format_text("--duration covers more than %ld frames", most_frames(info.layout)));
@@ -260,8 +286,7 @@ long frames_to_offer(const RecordArguments& a, const FrameSource& source,
     if (is_bounded && wanted > count) write_message("the source has only %ld frames", *available);
     wanted = std::min(wanted, count);
   }
-  require(wanted <= frames_until_the_last_year(info),
-          "the recording would go on after the year 9999");
+  require(wanted <= until_the_last_year, "the recording would go on after the year 9999");
   return static_cast<long>(wanted);
 }
 

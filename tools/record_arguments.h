@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "tools/frame_clock.h"
 #include "tools/open_source.h"
 #include "tools/recording_info.h"
 
@@ -16,6 +17,8 @@ struct RecordArguments {
   std::optional<long> frames;
   std::optional<double> duration;
   double fps = 30;
+  bool fps_is_given = false;
+  std::optional<std::string> times;
   std::string layout = "tree";
   std::optional<int> per_directory;
   std::optional<int> camera_type;
@@ -48,13 +51,17 @@ void check_arguments(const RecordArguments& arguments);
 /// The directory without "/" at its end. Throws `UsageFailure` when it cannot take a recording.
 std::string checked_directory(const RecordArguments& arguments);
 
+/// When the frames are taken: evenly, or by the source's own times. Throws `UsageFailure` when the
+/// user asks for times that there are not.
+FrameClock clock_of(const RecordArguments& arguments, const FrameSource& source);
+
 /// How the recording will be made. Throws `UsageFailure` when there is not the memory for it.
 RecordingInfo describe(const RecordArguments& arguments, const FrameSource& source);
 
 /// Number of frames to look at; as many as there can be when the user is to end it. Throws
 /// `UsageFailure`.
 long frames_to_offer(const RecordArguments& arguments, const FrameSource& source,
-                     const RecordingInfo& info);
+                     const FrameClock& clock, const RecordingInfo& info);
 
 /// True when only the user ends the recording.
 bool goes_on_forever(const RecordArguments& arguments, const FrameSource& source);

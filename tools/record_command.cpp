@@ -14,7 +14,8 @@ void add_source_options(CLI::App& command, RecordArguments& a) {
       .add_option(
           "--source", a.source.text,
           "Where frames come from: synthetic, images:PATH for PATH/depth/*.png (16-bit grey) "
-          "with PATH/rgb/*.{png,jpg}, or openni:CONFIG.xml for a camera")
+          "with PATH/rgb/*.{png,jpg} or for a data set in the TUM layout (PATH/depth.txt, "
+          "PATH/rgb.txt), or openni:CONFIG.xml for a camera")
       ->capture_default_str();
   CLI::Option* const frames = command.add_option(
       "--frames", a.frames,
@@ -24,7 +25,21 @@ void add_source_options(CLI::App& command, RecordArguments& a) {
       ->excludes(frames);
   command.add_flag("--loop", a.source.loop,
                    "Begin again at the first image after the last one, until it is ended");
-  command.add_option("--fps", a.fps, "Frames per second of the source")->capture_default_str();
+  command
+      .add_option_function<double>(
+          "--fps", [&a](double fps) { a.fps = fps, a.fps_is_given = true; },
+          "Frames per second of the source")
+      ->default_str("30");
+  command
+      .add_option("--times", a.times,
+                  "source: the data set's own times (default where it has some and neither --fps "
+                  "nor names by number forbid it); even: --start and --fps")
+      ->check(CLI::IsMember({"source", "even"}));
+  command
+      .add_option("--max-gap", a.source.max_gap,
+                  "Seconds that colour and depth image of a frame may lie apart in a data set with "
+                  "times; depth images without a partner are left out")
+      ->capture_default_str();
   CLI::Option* const realtime = command.add_flag(
       "--realtime", a.realtime,
       "Keep to that pace instead of going fast, and drop frames when late (default with --trigger "
@@ -38,8 +53,10 @@ void add_source_options(CLI::App& command, RecordArguments& a) {
                      "Time of the first frame, such as 2013-04-09T14:05:07.042 (default: now)");
   command.add_option("--max-depth", a.max_depth, "Metres; deeper readings are left out")
       ->capture_default_str();
-  command.add_option("--scale", a.source.scale,
-                     "Units per metre of depth images (default: the number in PATH/scale)");
+  command.add_option(
+      "--scale", a.source.scale,
+      "Units per metre of depth images (default: the number in PATH/scale; 5000 in the "
+      "TUM layout)");
   command.add_option("--seed", a.source.seed, "Chooses the synthetic scene's noise")
       ->capture_default_str();
   command.add_flag("--no-colour", a.no_colour, "Record depth only");

@@ -31,10 +31,11 @@ constexpr std::size_t kMostSignalTimes = 1000;
 class RecordRun {
  public:
   RecordRun(const RecordArguments& arguments, std::string directory, FrameSource& source,
-            const RecordingInfo& info, long frame_count, LibraryLog& log)
+            const FrameClock& times, const RecordingInfo& info, long frame_count, LibraryLog& log)
       : arguments_(arguments),
         directory_(std::move(directory)),
         source_(source),
+        times_(times),
         frame_count_(frame_count),
         info_(info),
         floor_(directory_, free_bytes_wanted(arguments)),
@@ -144,7 +145,7 @@ class RecordRun {
     if (interrupted()) return index;
     const double now = monotonic_seconds();
     watch_clock(now);
-    const auto newest = static_cast<long>((now - begin_) * info_.fps);
+    const long newest = times_.newest_at(now - begin_);
     const long taken = std::clamp(newest, index, frame_count_ - 1);
     info_.frames_dropped += taken - index;
     source_.skip(taken - index);
@@ -247,11 +248,12 @@ class RecordRun {
     }
   }
 
-  double time_of(long index) const { return static_cast<double>(index) / info_.fps; }
+  double time_of(long index) const { return times_.seconds_of(index); }
 
   const RecordArguments& arguments_;
   std::string directory_;
   FrameSource& source_;
+  const FrameClock& times_;
   long frame_count_;
   RecordingInfo info_;
   FreeSpaceFloor floor_;
@@ -274,16 +276,19 @@ int record(RecordArguments arguments) {
   check_arguments(arguments);
   const std::string directory = checked_directory(arguments);
   arguments.source.with_colour = !arguments.no_colour;
+  arguments.source.with_unpaired = arguments.no_colour;
   if (arguments.stall_seconds) arguments.source.stall_seconds = *arguments.stall_seconds;
   LibraryLog log(arguments.verbose);
   const std::unique_ptr<FrameSource> source = open_source(arguments.source, log);
+  const FrameClock times = clock_of(arguments, *source);
+  arguments.fps = times.fps();
   const RecordingInfo info = describe(arguments, *source);
-  const long frame_count = frames_to_offer(arguments, *source, info);
+  const long frame_count = frames_to_offer(arguments, *source, times, info);
 
   make_directories(directory);
   const DirectoryLock lock(directory);
   const bool is_new = check_contents(directory, arguments.append);
-  RecordRun run(arguments, directory, *source, info, frame_count, log);
+  RecordRun run(arguments, directory, *source, times, info, frame_count, log);
   if (!is_new) {
     if (const auto last = last_moment_of_tree(directory)) run.go_on_after(*last);
     put_recording_info_aside(directory);

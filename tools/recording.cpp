@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "engine/camera_depth_rw.h"
 #include "tools/failure.h"
 #include "tools/frame_time.h"
 #include "tools/output.h"
@@ -14,6 +13,7 @@ namespace depth_io::tools {
 namespace {
 
 std::optional<long> index_in_run(const RecordingInfo& run, const Moment& moment) {
+  if (run.source_times) return {};  // the source knows
   const double place = seconds_between(run.start, moment) * run.fps;
   if (!(place > -0.5 && place < 1e10)) return {};
   const long index = std::lround(place);
@@ -25,6 +25,12 @@ std::optional<long> index_in_run(const RecordingInfo& run, const Moment& moment)
 }  // namespace
 
 Recording::Recording(std::string directory, LibraryLog& log, const TimeRange& range)
+    : Recording(std::move(directory), &log, range) {}
+
+Recording::Recording(std::string directory, const TimeRange& range)
+    : Recording(std::move(directory), nullptr, range) {}
+
+Recording::Recording(std::string directory, LibraryLog* log, const TimeRange& range)
     : directory_(std::move(directory)), log_(log) {
   std::error_code error;
   if (!std::filesystem::is_directory(directory_, error)) {
@@ -49,10 +55,7 @@ Recording::Recording(std::string directory, LibraryLog& log, const TimeRange& ra
       std::any_of(frames_.begin(), frames_.end(),
                   [](const RecordedFrame& frame) { return frame.has_colour; }) ||
       std::any_of(runs_.begin(), runs_.end(), [](const RecordingInfo& run) { return run.colour; });
-  engine_ = std::make_unique<KV_RGBD_CameraCompression>();
 }
-
-Recording::~Recording() = default;
 
 void Recording::read_descriptions() {
   try {
@@ -109,26 +112,9 @@ std::optional<long> Recording::source_index(const RecordedFrame& frame) const {
 }
 
 std::string Recording::read(const RecordedFrame& recorded, Frame& frame) {
-  log_.start_operation();
-  std::string directory = directory_ + "/" + recorded.folder;
-  std::string depth_stem = kDepthStem;
-  std::string colour_stem = kColourStem;
-  engine_->REVERSE_NAME = recorded.key_first;
-  frame.has_colour = recorded.has_colour;
-  const Moment m = recorded.moment.value_or(Moment{-1, -1, -1, -1, -1, -1, -1});
-  const int digits = recorded.moment ? -1 : static_cast<int>(recorded.key.size());
-  const bool by_time = recorded.moment.has_value();
-  bool loaded = false;
-  if (recorded.has_colour) {
-    loaded = engine_->_read(frame.depth.data(), frame.bgr.data(), directory.data(),
-                            depth_stem.data(), colour_stem.data(), by_time, digits, recorded.number,
-                            m.year, m.month, m.day, m.hour, m.minute, m.second, m.millisecond) != 0;
-  } else {
-    loaded = engine_->_read(frame.depth.data(), directory.data(), depth_stem.data(), by_time,
-                            digits, recorded.number, m.year, m.month, m.day, m.hour, m.minute,
-                            m.second, m.millisecond) != 0;
-  }
-  if (!loaded) return "cannot be read";
+  if (log_ != nullptr) log_->start_operation();
+  if (reader_ == nullptr) reader_ = std::make_unique<FrameReader>();
+  if (!reader_->read(directory_, recorded, frame)) return "cannot be read";
   if (wants_colour(recorded) && !recorded.has_colour) return "has no colour image";
   return {};
 }

@@ -1,15 +1,13 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/frame.h"
+#include "tools/frame_reader.h"
 #include "tools/library_log.h"
 #include "tools/recording_scan.h"
-
-class KV_RGBD_CameraCompression;
 
 namespace depth_io::tools {
 
@@ -19,7 +17,8 @@ class Recording {
   /// Takes the frames of a range of time only. Throws `Failure` when there is no such directory or
   /// no frame in it.
   Recording(std::string directory, LibraryLog& log, const TimeRange& range = {});
-  ~Recording();
+  /// The same for those who only want to know what there is, or who have a console of their own.
+  explicit Recording(std::string directory, const TimeRange& range = {});
   Recording(const Recording&) = delete;
   Recording& operator=(const Recording&) = delete;
 
@@ -46,20 +45,21 @@ class Recording {
   std::string read(const RecordedFrame& recorded, Frame& frame);
 
  private:
+  Recording(std::string directory, LibraryLog* log, const TimeRange& range);
   void read_descriptions();
   void keep_frames_of(const TimeRange& range);
   /// The run that recorded a frame, as far as can be told; null when nothing is known.
   const RecordingInfo* run_of(const RecordedFrame& frame) const;
 
   std::string directory_;
-  LibraryLog& log_;
+  LibraryLog* log_;
   std::vector<RecordedFrame> frames_;
   std::vector<Layout> layouts_;
   std::vector<RecordingInfo> runs_;
   std::vector<std::string> troubles_;
   bool has_unreadable_folders_ = false;
   bool has_colour_ = false;
-  std::unique_ptr<KV_RGBD_CameraCompression> engine_;
+  std::unique_ptr<FrameReader> reader_;  ///< made by the first `read`
 };
 
 /// Tells the user what is wrong beside the frames themselves.

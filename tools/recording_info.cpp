@@ -23,6 +23,9 @@ constexpr int kFormatVersion = 1;
 constexpr std::size_t kSizeLimit = std::size_t{1} << 20U;
 constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
 
+const std::string kSourceTimes = "source";
+const std::string kEvenTimes = "even";
+
 constexpr char kName[] = "recording.json";
 constexpr char kEarlierPrefix[] = "recording-";
 constexpr char kEnding[] = ".json";
@@ -113,6 +116,7 @@ void parse_frames(const json& frames, RecordingInfo& info) {
 void parse_how(const json& root, RecordingInfo& info) {
   info.fps = positive_number(root, "fps");
   if (info.fps < kLowestFps || info.fps > kHighestFps) throw Failure("'fps' is out of range");
+  info.source_times = root.value("times", kEvenTimes) == kSourceTimes;
   const std::optional<Moment> start = parse_moment(root.at("start").get<std::string>());
   if (!start) throw Failure("'start' is no time");
   info.start = *start;
@@ -148,6 +152,7 @@ RecordingInfo parse(const json& root) {
       whole_number(source, "seed", 0, std::numeric_limits<std::uint32_t>::max()));
   info.scale = number_or_none(source, "scale");
   info.loop = source.value("loop", false);
+  info.max_gap = source.value("max_gap", info.max_gap);
   parse_how(root, info);
   info.complete = root.at("complete").get<bool>();
   info.end = root.value("end", "");
@@ -192,8 +197,10 @@ std::string recording_text(const RecordingInfo& info) {
   root["source"] = {{"text", info.source},
                     {"seed", info.seed},
                     {"scale", or_null(info.scale)},
-                    {"loop", info.loop}};
+                    {"loop", info.loop},
+                    {"max_gap", info.max_gap}};
   root["fps"] = info.fps;
+  root["times"] = info.source_times ? kSourceTimes : kEvenTimes;
   root["start"] = stamp_text(info.start);
   root["realtime"] = info.realtime;
   root["live"] = info.live;

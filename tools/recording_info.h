@@ -48,8 +48,10 @@ struct RecordingInfo {
   std::uint32_t seed = 1;       ///< of the synthetic source
   std::optional<double> scale;  ///< units per metre, when the user gave them
   bool loop = false;            ///< the source begins again at its end
-  double fps = 30;
-  Moment start;  ///< of frame 0
+  double max_gap = 0.02;        ///< seconds between the images of a frame of the source
+  double fps = 30;              ///< about so many with the source's own times
+  bool source_times = false;    ///< frames have the source's own times instead of even ones
+  Moment start;                 ///< of frame 0
   Layout layout = Layout::kFlat;
   Naming naming = Naming::kNumber;
   int per_directory = 0;  ///< frames of a numbered sub-directory

@@ -1,54 +1,19 @@
 #include "tools/recording_statistics.h"
 
 #include <algorithm>
-#include <charconv>
-#include <string_view>
 
-#include "codec/frame_names.h"
-#include "tools/files.h"
+#include "tools/frame_statistics.h"
 #include "tools/frame_time.h"
 #include "tools/interruption.h"
 
 namespace depth_io::tools {
 namespace {
 
-/// Number of labels at the beginning of a reference file; none when it is damaged.
-std::optional<long> label_count(const std::string& path) {
-  constexpr std::string_view kKeyword = "nblabels ";
-  constexpr std::size_t kEnough = 64;
-  const std::optional<std::string> text = read_start_of_file(path, kEnough);
-  if (!text || !text->starts_with(kKeyword)) return {};
-  long count = 0;
-  const auto result =
-      std::from_chars(text->data() + kKeyword.size(), text->data() + text->size(), count);
-  if (result.ec != std::errc() || count < 0) return {};
-  return count;
-}
-
-/// Number of records that an error file tells at its beginning; none when it is damaged.
-std::optional<long> error_record_count(const std::string& path) {
-  constexpr std::size_t kHeaderSize = 12;
-  const std::optional<std::string> bytes = read_start_of_file(path, kHeaderSize);
-  if (!bytes || bytes->size() < kHeaderSize) return {};
-  long count = 0;
-  for (std::size_t i = 0; i < kHeaderSize; i += 2) {
-    count +=
-        static_cast<unsigned char>((*bytes)[i]) * 256 + static_cast<unsigned char>((*bytes)[i + 1]);
-  }
-  return count;
-}
-
 void add_files(const Recording& recording, const RecordedFrame& frame, RecordingStatistics& all) {
-  const std::string depth = recording.directory() + "/" + frame.depth_name();
-  const std::string colour = recording.directory() + "/" + frame.colour_name();
-  const auto size = [](const std::string& path) { return regular_file_size(path).value_or(0); };
-  if (frame.has_colour) all.bytes.colour += size(colour + kJpegEnding);
-  if (frame.has_label_map) all.bytes.label_map += size(depth + kLabelMapEnding);
-  if (frame.has_reference) all.bytes.reference += size(depth + kReferenceEnding);
-  if (frame.has_codes) all.bytes.codes += size(depth + kJpegEnding);
-  if (frame.has_errors) all.bytes.errors += size(depth + kErrorEnding);
-  if (const auto count = label_count(depth + kReferenceEnding)) all.labels.add(*count);
-  if (const auto count = error_record_count(depth + kErrorEnding)) all.error_records.add(*count);
+  const FrameStatistics one = statistics_of(recording.directory(), frame);
+  all.bytes += one.bytes;
+  if (one.labels) all.labels.add(*one.labels);
+  if (one.error_records) all.error_records.add(*one.error_records);
   const bool is_complete =
       frame.has_depth_files() && (frame.has_colour || !recording.wants_colour(frame));
   if (!is_complete) ++all.incomplete;

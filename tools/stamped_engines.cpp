@@ -20,6 +20,7 @@ class StampedEngine : public CaptureEngine {
       std::copy(frame.bgr.begin(), frame.bgr.end(), engine_.ColourImage);
     }
     mark_readings(engine_.DepthMap, engine_.MapHasDepth.buffer);
+    if (!engine_.INITIALISED) last_recorded_.moment = shot.moment;
     // The engine only ever counts up: tell it how many frames have really passed.
     engine_.delta_time_last_recorded = static_cast<int>(shot.index - last_recorded_.index);
     keep_rate_limit_going(shot.moment);

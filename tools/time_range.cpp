@@ -33,13 +33,15 @@ bool TimeRange::may_contain(const std::string& stamp) const {
 void add_time_range_options(CLI::App& command, TimeRangeArguments& arguments) {
   command.add_option("--from", arguments.from,
                      "Only frames from this time on, such as 2013-04-09T14:05:07.042");
-  command.add_option("--to", arguments.to, "Only frames up to this time, itself included");
+  command.add_option(arguments.to_option, arguments.to,
+                     "Only frames up to this time, itself included");
 }
 
 TimeRange time_range_of(const TimeRangeArguments& arguments) {
-  const TimeRange range{moment_of(arguments.from, "--from"), moment_of(arguments.to, "--to")};
+  const TimeRange range{moment_of(arguments.from, "--from"),
+                        moment_of(arguments.to, arguments.to_option)};
   if (range.from && range.to && is_before(*range.to, *range.from)) {
-    throw UsageFailure("--from must not be later than --to");
+    throw UsageFailure(std::string("--from must not be later than ") + arguments.to_option);
   }
   return range;
 }

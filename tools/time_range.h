@@ -23,6 +23,7 @@ struct TimeRange {
 struct TimeRangeArguments {
   std::string from;
   std::string to;
+  const char* to_option = "--to";  ///< where that name means something else
 };
 
 void add_time_range_options(CLI::App& command, TimeRangeArguments& arguments);

@@ -7,11 +7,14 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "tools/depth_statistics.h"
 #include "tools/failure.h"
 #include "tools/frame_check.h"
+#include "tools/frame_clock.h"
+#include "tools/frame_time.h"
 #include "tools/interruption.h"
 #include "tools/open_source.h"
 #include "tools/output.h"
@@ -74,12 +77,15 @@ class VerifyRun {
       choice.seed = run.seed;
       choice.scale = run.scale;
       choice.loop = run.loop;
+      choice.max_gap = run.max_gap;
+      choice.with_unpaired = !run.colour;
       max_depth_ = run.max_depth;
     }
     if (arguments_.seed) choice.seed = *arguments_.seed;
     if (arguments_.scale) choice.scale = arguments_.scale;
     if (arguments_.max_depth) max_depth_ = *arguments_.max_depth;
     source_ = open_indexed_source(choice);
+    note_source_times();
     if (!arguments_.in_order) check_times_tell_frames();
   }
 
@@ -95,6 +101,26 @@ class VerifyRun {
           "a camera's frames came when they came, and their times do not tell which they are; "
           "--in-order compares one after the other");
     }
+  }
+
+  /// Frames of runs that have the source's own times are found by them.
+  void note_source_times() {
+    if (!source_->time_of(0)) return;
+    const FrameClock clock(*source_);
+    for (const RecordingInfo& run : recording_.runs()) {
+      for (long i = 0; run.source_times && i < *source_->frame_count(); ++i) {
+        source_indices_[stamp_text(moment_after(run.start, clock.seconds_of(i)))] = i;
+      }
+    }
+  }
+
+  std::optional<long> source_index(const RecordedFrame& recorded) const {
+    if (arguments_.in_order) return good_ + bad_;
+    if (recorded.moment) {
+      const auto place = source_indices_.find(stamp_text(*recorded.moment));
+      if (place != source_indices_.end()) return place->second;
+    }
+    return recording_.source_index(recorded);
   }
 
   void verify_frames() {
@@ -131,8 +157,7 @@ class VerifyRun {
 
   /// Compares the frame that was read with its source.
   std::string compare(const RecordedFrame& recorded) {
-    const std::optional<long> index =
-        arguments_.in_order ? good_ + bad_ : recording_.source_index(recorded);
+    const std::optional<long> index = source_index(recorded);
     if (!index) return "fits no frame of the source by its time";
     try {
       source_->load(*index, source_frame_);
@@ -265,6 +290,7 @@ class VerifyRun {
   LibraryLog log_;
   Recording recording_;
   std::unique_ptr<IndexedSource> source_;
+  std::unordered_map<std::string, long> source_indices_;  ///< by stamp
   double max_depth_ = kUsualMaxDepth;
   Frame frame_;
   Frame source_frame_;

@@ -56,11 +56,31 @@ FrameBench::FrameBench()
 
 FrameResults FrameBench::measure(const std::vector<Frame>& frames,
                                  const std::vector<Frame>& twins) {
+  return measure_groups({our_calls(!twins.empty()), verified_writing(), other_codecs()}, frames,
+                        twins);
+}
+
+FrameResults FrameBench::measure_ours(const std::vector<Frame>& frames) {
+  return measure_groups({our_calls(false)}, frames, {});
+}
+
+FrameContent FrameBench::content_of(const Frame& frame) {
+  write(frame, -1, Colour::kWithout);
+  const struct_read_write_depth& record = record_.value;
+  return {.labels = 1 + *std::max_element(record.Label, record.Label + kFramePixels),
+          .runs = record.RLE_NbNb,
+          .errors =
+              static_cast<int>(std::count(record.ErrorMap, record.ErrorMap + kFramePixels, true))};
+}
+
+FrameResults FrameBench::measure_groups(const std::vector<Group>& groups,
+                                        const std::vector<Frame>& frames,
+                                        const std::vector<Frame>& twins) {
   sizes_.clear();
   FrameResults results;
-  results.measured = measure_interleaved(
-      {our_calls(!twins.empty()), verified_writing(), other_codecs()}, frames.size(), kRounds,
-      [&](std::size_t index) { start(frames[index], twins.empty() ? nullptr : &twins[index]); });
+  results.measured = measure_interleaved(groups, frames.size(), kRounds, [&](std::size_t index) {
+    start(frames[index], twins.empty() ? nullptr : &twins[index]);
+  });
   for (const auto& [name, sizes] : sizes_) results.bytes[name] = median(sizes);
   return results;
 }

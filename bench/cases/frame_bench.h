@@ -18,6 +18,13 @@ struct FrameResults {
   std::map<std::string, double> bytes;  ///< of a frame, by encoding operation; median over frames
 };
 
+/// What the writer makes of a frame.
+struct FrameContent {
+  int labels = 0;
+  int runs = 0;
+  int errors = 0;
+};
+
 /// Our writer and reader, the bare JPEG calls that they cannot do without, and other codecs, all on
 /// the same frames in turn.
 class FrameBench {
@@ -26,10 +33,15 @@ class FrameBench {
 
   /// `twins`, when there are any, are written beside the frames as operation "write twin".
   FrameResults measure(const std::vector<Frame>& frames, const std::vector<Frame>& twins);
+  /// Only our calls and the bare ones.
+  FrameResults measure_ours(const std::vector<Frame>& frames);
+  FrameContent content_of(const Frame& frame);
 
  private:
   enum class Colour { kWithout, kWith };
 
+  FrameResults measure_groups(const std::vector<Group>& groups, const std::vector<Frame>& frames,
+                              const std::vector<Frame>& twins);
   void start(const Frame& frame, const Frame* twin);
   Group our_calls(bool with_twin);
   void add_bare_calls(Group& group);

@@ -7,7 +7,7 @@
 
 #include "bench/cases/cases.h"
 #include "bench/cases/frame_bench.h"
-#include "bench/cases/goals.h"
+#include "bench/support/rows.h"
 
 namespace depth_io::bench {
 namespace {
@@ -52,33 +52,22 @@ const FrameResults& results_of(const std::string& set) {
 
 /// A row of milliseconds, and of bytes where the operation makes some.
 void register_operation(const std::string& set, const std::string& operation) {
-  const auto row = [set, operation](benchmark::State& state) {
+  register_row("frames/" + set + "/" + operation, [set, operation](benchmark::State& state) {
     const FrameResults& results = results_of(set);
-    for (auto _ : state) state.SetIterationTime(results.measured.seconds(operation));
     const auto bytes = results.bytes.find(operation);
     if (bytes != results.bytes.end()) state.counters["bytes"] = bytes->second;
-  };
-  benchmark::RegisterBenchmark(("frames/" + set + "/" + operation).c_str(), row)
-      ->UseManualTime()
-      ->Iterations(1)
-      ->Unit(benchmark::kMillisecond);
+    return results.measured.seconds(operation);
+  });
 }
 
-/// A row of a ratio, whose time is that of the numerators.
-benchmark::internal::Benchmark* register_ratio(const std::string& name, const std::string& set,
-                                               const Names& numerators, const Names& denominators,
-                                               const Goal& goal) {
-  const auto row = [=](benchmark::State& state) {
+/// A row of a ratio, whose time is that of the numerator.
+void register_ratio(const std::string& name, const std::string& set, const std::string& numerator,
+                    const Names& denominators, const Goal& goal) {
+  register_row(name + ", " + set, [=](benchmark::State& state) {
     const Measurements& measured = results_of(set).measured;
-    double seconds = 0.0;
-    for (const std::string& numerator : numerators) seconds += measured.seconds(numerator);
-    for (auto _ : state) state.SetIterationTime(seconds);
-    report_goal(state, measured.ratio(numerators, denominators), goal);
-  };
-  return benchmark::RegisterBenchmark((name + ", " + set).c_str(), row)
-      ->UseManualTime()
-      ->Iterations(1)
-      ->Unit(benchmark::kMillisecond);
+    report_goal(state, measured.ratio({numerator}, denominators), goal);
+    return measured.seconds(numerator);
+  });
 }
 
 void register_operations(const std::string& set) {
@@ -96,26 +85,26 @@ void register_operations(const std::string& set) {
 void register_goals(const std::string& set, const Goal& write_goal) {
   const Names grey = {"jpeg grey encode", "jpeg grey decode"};
   const Names grey_and_colour = {"jpeg grey encode", "jpeg grey decode", "jpeg colour encode"};
-  const auto goal = [&set](const std::string& name, const Names& numerators,
+  const auto goal = [&set](const std::string& name, const std::string& numerator,
                            const Names& denominators, const Goal& wanted) {
-    register_ratio(kGoalPrefix + name, set, numerators, denominators, wanted);
+    register_ratio(kGoalPrefix + name, set, numerator, denominators, wanted);
   };
-  goal("write, depth only / (grey encode + grey decode)", {"write"}, grey, write_goal);
-  goal("write with colour / (grey encode + grey decode + colour encode)", {"write with colour"},
+  goal("write, depth only / (grey encode + grey decode)", "write", grey, write_goal);
+  goal("write with colour / (grey encode + grey decode + colour encode)", "write with colour",
        grey_and_colour, {1.45, 1.2});
-  goal("read, depth only / grey decode", {"read"}, {"jpeg grey decode"}, {1.9, 1.5});
-  goal("read with colour / (grey decode + colour decode)", {"read with colour"},
+  goal("read, depth only / grey decode", "read", {"jpeg grey decode"}, {1.9, 1.5});
+  goal("read with colour / (grey decode + colour decode)", "read with colour",
        {"jpeg grey decode", "jpeg colour decode"}, {1.45, 1.25});
-  goal("PNG level 6 encode / write (verification 0)", {"png level 6 encode"},
+  goal("PNG level 6 encode / write (verification 0)", "png level 6 encode",
        {"write, verification 0"}, {9.0, 14.0, Sense::kAtLeast});
-  const auto compare = [&set](const std::string& name, const Names& numerators,
+  const auto compare = [&set](const std::string& name, const std::string& numerator,
                               const Names& denominators, const Goal& wanted) {
-    register_ratio(kCompareWithPrefix + name, set, numerators, denominators, wanted);
+    register_ratio(kCompareWithPrefix + name, set, numerator, denominators, wanted);
   };
   compare("write, verification 0, depth only / (grey encode + grey decode)",
-          {"write, verification 0"}, grey, write_goal);
+          "write, verification 0", grey, write_goal);
   compare("write, verification 0, with colour / (grey encode + grey decode + colour encode)",
-          {"write with colour, verification 0"}, grey_and_colour, {1.45, 1.2});
+          "write with colour, verification 0", grey_and_colour, {1.45, 1.2});
 }
 
 }  // namespace
@@ -123,16 +112,21 @@ void register_goals(const std::string& set, const Goal& write_goal) {
 void register_frame_cases() {
   constexpr Goal kFewLabels{1.6, 1.35};
   constexpr Goal kManyLabels{1.8, 1.5};
+  std::string left_out;
   for (const char* const set : {kKitchen, kLab}) {
-    if (!has_real_frames(set)) continue;
+    if (!has_real_frames(set)) {
+      left_out += (left_out.empty() ? "" : ", ") + std::string(set);
+      continue;
+    }
     register_operations(set);
     register_goals(set, set == kLab ? kManyLabels : kFewLabels);
   }
+  if (!left_out.empty()) benchmark::AddCustomContext("left_out", left_out);
   register_operations(kSynthetic);
   register_operations(kQuarterNan);
   register_operation(kQuarterNan, "write twin");
   register_ratio(std::string(kGoalPrefix) + "write of 25 % NaN / the same frame with 0 there",
-                 kQuarterNan, {"write"}, {"write twin"}, {1.5, 1.2});
+                 kQuarterNan, "write", {"write twin"}, {1.5, 1.2});
 }
 
 }  // namespace depth_io::bench

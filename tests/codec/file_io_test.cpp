@@ -91,7 +91,7 @@ TEST(BufferedFile, WritesMoreThanItsBuffer) {
   }
   const std::string large(100000, 'x');
   file.write(large);
-  file.write_byte('y');
+  file.write_bytes({'y'});
   EXPECT_TRUE(file.close());
   EXPECT_EQ(read_file(directory.file("f")), expected + large + "y");
 }

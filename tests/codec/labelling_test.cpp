@@ -83,26 +83,56 @@ TEST(LabelTable, DepthsThatAreNoNumbersFitNothing) {
   compare_with_plain_first_fit(depths);
 }
 
-TEST(LabelTable, TellsOfABlockOnlyWhatIsSure) {
-  std::vector<float> kept(8);
-  LabelTable table(kept.data(), 8);
-  table.add(2.0F);
-  const float inside[] = {1.0F, 2.0F, 3.0F};
-  const float outside[] = {1.0F, 2.0F, 3.3F};
-  const float no_number[] = {1.0F, std::numeric_limits<float>::quiet_NaN(), 3.0F};
-  EXPECT_TRUE(table.fits_last(inside, 3));
-  EXPECT_FALSE(table.fits_last(outside, 3));
-  EXPECT_FALSE(table.fits_last(no_number, 3));
+/// Labels whose interval holds a depth.
+std::vector<int> sure_labels(const LabelTable& table, float depth) {
+  const LabelIntervals intervals = table.sure_intervals();
+  std::vector<int> labels;
+  for (int i = 0; i < intervals.count; ++i) {
+    const LabelInterval& sure = intervals.of[i];
+    if (depth >= sure.low && depth <= sure.high) labels.push_back(sure.label);
+  }
+  return labels;
 }
 
-TEST(LabelTable, ABlockInTheWindowOfAnEarlierLabelIsNotSure) {
+TEST(LabelTable, ADepthHasNoSureLabelButItsFirstFit) {
+  std::vector<float> kept(64);
+  LabelTable table(kept.data(), 64);
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> anywhere(-3.0F, 12.0F);
+  int sure = 0;
+  for (int i = 0; i < 20000; ++i) {
+    const float depth = anywhere(random);
+    const int label = table.find(depth);
+    const std::vector<int> labels = sure_labels(table, depth);
+    ASSERT_LE(labels.size(), 1U) << depth;
+    if (!labels.empty()) {
+      ASSERT_EQ(labels[0], label) << depth;
+    }
+    sure += labels.empty() ? 0 : 1;
+    if (label < 0) table.add(depth);
+  }
+  EXPECT_GT(sure, 19000);
+}
+
+TEST(LabelTable, WindowsOfEarlierLabelsAreCutOff) {
   std::vector<float> kept(8);
   LabelTable table(kept.data(), 8);
   table.add(2.0F);
   table.add(4.0F);
-  const float shared[] = {3.0F};
-  EXPECT_FALSE(table.fits_last(shared, 1));
-  EXPECT_EQ(table.find(3.0F), 0);
+  EXPECT_EQ(sure_labels(table, 3.0F), std::vector<int>{0});
+  EXPECT_EQ(sure_labels(table, 3.5F), std::vector<int>{1});
+  EXPECT_EQ(sure_labels(table, 5.3F), std::vector<int>{});
+}
+
+TEST(LabelTable, DepthsThatAreNoNumbersAreNeverSure) {
+  std::vector<float> kept(8);
+  LabelTable table(kept.data(), 8);
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  table.add(kNaN);
+  table.add(2.0F);
+  EXPECT_EQ(sure_labels(table, kNaN), std::vector<int>{});
+  EXPECT_EQ(sure_labels(table, 2.0F), std::vector<int>{1});
+  EXPECT_EQ(table.find(2.5F), 1);
 }
 
 TEST(DepthCode, RoundsHalfAwayFromZero) {

@@ -529,6 +529,32 @@ TEST(SecondGenerationAgain, SecondCallResetsWhatTheCallerSwitchedOn) {
   EXPECT_TRUE(is_all(engine.prev_MapHasDepth, kPixels, 0));
 }
 
+TEST(SecondGenerationAgain, RefusedForLackOfADirectoryItRecordsNothingAnyMore) {
+  const EmptyCurrentDirectory current;
+  TempDirectory directory;
+  KV_RGBD_CameraCompression2 engine;
+  SecondSettings settings;
+  settings.directory = directory.path();
+  settings.history = 2;
+  start_engine(engine, settings);
+  ASSERT_TRUE(quietly([&] { return capture_at(engine, false, 0, kMoment); }));
+  KV_RGBD_CameraCompression2_parameters no_directory;
+  no_directory.SetWriteOrRead('W');
+  no_directory.SetCameraType(1);
+  for (const bool sub_directories : {false, true}) {
+    if (sub_directories) no_directory.ActivateSubDirectory(2);
+    EXPECT_FALSE(quietly([&] { return engine.Construct(no_directory); }));
+    const auto seen = observe([&] { return capture_at(engine, true, 0, kMoment); });
+    EXPECT_FALSE(seen.result);
+    EXPECT_TRUE(seen.output.ends_with(failed_to_create_line(sub_directories ? "/00000000/" : "/")))
+        << seen.output;
+    EXPECT_FALSE(quietly([&] { return record_range(engine, kMoment, kMoment); }));
+    EXPECT_FALSE(quietly([&] { return engine.recording_from_buffer(0, 0, 0, 0, 0); }));
+  }
+  EXPECT_TRUE(current.is_still_empty());
+  EXPECT_FALSE(std::filesystem::exists("/00000000"));
+}
+
 TEST(SecondGenerationAgain, PositionOfPlaybackSurvivesASecondCall) {
   Engine engine;
   start_engine(engine, settings_with_history(1));

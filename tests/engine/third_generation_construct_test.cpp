@@ -373,6 +373,22 @@ TEST(ThirdConstructAgain, WithoutSettingsIsRefusedAndHarmless) {
   EXPECT_TRUE(std::filesystem::is_empty(recorder.path()));
 }
 
+TEST(ThirdConstructAgain, WithoutADirectoryRecordsNothingAnyMore) {
+  ThirdRecorder recorder(2);
+  ASSERT_TRUE(capture_flat(recorder.engine, true, kMoment, 1.0F));
+  const auto before = files_in(recorder.folder(kMoment));
+  ThirdParameters no_directory;
+  no_directory.SetCameraType(0);
+  EXPECT_FALSE(quietly([&] { return recorder.engine.Construct(no_directory); }));
+  const Moment later = moment_at(500);
+  const auto seen = observe([&] { return capture(recorder.engine, true, later); });
+  EXPECT_FALSE(seen.result);
+  EXPECT_TRUE(seen.output.ends_with(failed_folder_line(""))) << seen.output;
+  EXPECT_FALSE(quietly([&] { return record_range(recorder.engine, kMoment, later); }));
+  EXPECT_EQ(files_in(recorder.folder(kMoment)), before);
+  EXPECT_FALSE(std::filesystem::exists(day_folder("", kMoment)));
+}
+
 // --- Never constructed --------------------------------------------------------------------------
 
 class ThirdNeverConstructed : public testing::Test {

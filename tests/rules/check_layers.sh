@@ -20,12 +20,12 @@ check catalogue 'codec/|catalogue/'
 check engine 'codec/|catalogue/|engine/'
 check camera 'camera/|codec/(console|export)\.h'
 
-# The program sees only what is installed.
+# The program and the Python module see only what is installed.
 public=$(sed -nE '/(set\(|APPEND )public_headers/,/\)/p' CMakeLists.txt | grep -oE '[a-z]+/[a-z0-9_]+\.h' | sort -u)
 while read -r header; do
   grep -qx "$header" <<<"$public" || {
-    echo "tools/ includes $header, which is not public" >&2
+    echo "tools/ or python/ includes $header, which is not public" >&2
     status=1
   }
-done < <(grep -rhoE '^#include "(codec|catalogue|engine|camera)/[a-z0-9_]+\.h"' tools | cut -d'"' -f2 | sort -u)
+done < <(grep -rhoE '^#include "(codec|catalogue|engine|camera)/[a-z0-9_]+\.h"' tools python | cut -d'"' -f2 | sort -u)
 exit $status

@@ -68,6 +68,33 @@ TEST(FrameTime, MomentsFollowTheCalendar) {
   }
 }
 
+TEST(FrameTime, MicrosecondsCountAsIfTheClockShowedUniversalTime) {
+  const struct {
+    const char* moment;
+    std::int64_t microseconds;
+  } cases[] = {{"1970-01-01T00:00:00", 0},
+               {"2011-05-10T12:38:22.160", 1305031102160000},
+               {"2038-01-19T03:14:08.001", 2147483648001000},
+               {"9999-12-31T23:59:59.999", 253402300799999000}};
+  for (const auto& c : cases) {
+    const Moment moment = parse_moment(c.moment).value();
+    EXPECT_EQ(microseconds_of(moment), c.microseconds) << c.moment;
+    EXPECT_EQ(readable_text(moment_at(c.microseconds)), readable_text(moment)) << c.moment;
+  }
+}
+
+TEST(FrameTime, MicrosecondsAreRoundedToMilliseconds) {
+  EXPECT_EQ(readable_text(moment_at(1305031102160499)), "2011-05-10 12:38:22.160");
+  EXPECT_EQ(readable_text(moment_at(1305031102160500)), "2011-05-10 12:38:22.161");
+  EXPECT_EQ(readable_text(moment_at(1305031102999999)), "2011-05-10 12:38:23.000");
+}
+
+TEST(FrameTime, SecondsHaveSixDecimals) {
+  EXPECT_EQ(seconds_text(1305031102160407), "1305031102.160407");
+  EXPECT_EQ(seconds_text(33), "0.000033");
+  EXPECT_EQ(seconds_text(0), "0.000000");
+}
+
 TEST(FrameTime, SecondsBetweenUndoesMomentAfter) {
   const Moment start = parse_moment("2013-12-31T23:59:59.900").value();
   EXPECT_DOUBLE_EQ(seconds_between(start, moment_after(start, 12.345)), 12.345);

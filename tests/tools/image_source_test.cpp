@@ -17,7 +17,7 @@ using testing::HasSubstr;
 /// What opening the directory, or loading its first frame, says.
 std::string complaint(const ImageDirectory& images, std::optional<double> scale = {}) {
   try {
-    ImageSource source(images.path(), scale, true);
+    ImageSource source(images.path(), {.units_per_metre = scale});
     Frame frame;
     source.load(0, frame);
   } catch (const Failure& failure) {
@@ -31,7 +31,7 @@ TEST(ImageSource, DepthIsDividedByTheScale) {
   ImageDirectory images;
   images.set_scale("5000\n");
   images.add_depth("0", 7500);
-  ImageSource source(images.path(), {}, true);
+  ImageSource source(images.path(), {});
   Frame frame;
   source.load(0, frame);
   EXPECT_FLOAT_EQ(frame.depth[0], 1.5F);
@@ -41,7 +41,7 @@ TEST(ImageSource, DepthIsDividedByTheScale) {
 TEST(ImageSource, TheScaleOfTheUserHolds) {
   ImageDirectory images;
   images.add_depth("0", 7500);
-  ImageSource source(images.path(), 2500.0, true);
+  ImageSource source(images.path(), {.units_per_metre = 2500});
   Frame frame;
   source.load(0, frame);
   EXPECT_FLOAT_EQ(frame.depth[0], 3.0F);
@@ -51,7 +51,7 @@ TEST(ImageSource, ColourComesAsBlueGreenRed) {
   ImageDirectory images;
   images.add_depth("0", 1000);
   images.add_colour("0", {200, 100, 50});
-  ImageSource source(images.path(), {}, true);
+  ImageSource source(images.path(), {});
   Frame frame;
   source.load(0, frame);
   EXPECT_TRUE(frame.has_colour);
@@ -68,7 +68,7 @@ TEST(ImageSource, ColourMayBeAJpeg) {
   std::string path = images.file("rgb/0.jpg");
   ASSERT_TRUE(JpegFile().RGBToJpegFile(path.data(), picture.bytes().data(), kFrameWidth,
                                        kFrameHeight, true, 95));
-  ImageSource source(images.path(), {}, true);
+  ImageSource source(images.path(), {});
   Frame frame;
   source.load(0, frame);
   EXPECT_NEAR(frame.bgr[0], 50, 4);
@@ -78,7 +78,7 @@ TEST(ImageSource, ColourMayBeAJpeg) {
 TEST(ImageSource, ColourMayBeAbsent) {
   ImageDirectory images;
   images.add_depth("0", 1000);
-  ImageSource source(images.path(), {}, true);
+  ImageSource source(images.path(), {});
   Frame frame;
   frame.has_colour = true;
   source.load(0, frame);
@@ -90,7 +90,7 @@ TEST(ImageSource, ColourMayBeLeftAlone) {
   ImageDirectory images;
   images.add_depth("0", 1000);
   images.add_colour("another", {});
-  EXPECT_FALSE(ImageSource(images.path(), {}, false).has_colour());
+  EXPECT_FALSE(ImageSource(images.path(), {.with_colour = false}).has_colour());
 }
 
 TEST(ImageSource, NumbersInNamesCount) {
@@ -98,7 +98,7 @@ TEST(ImageSource, NumbersInNamesCount) {
   images.add_depth("frame10", 10);
   images.add_depth("frame9", 9);
   images.add_depth("frame0100", 100);
-  ImageSource source(images.path(), 1.0, true);
+  ImageSource source(images.path(), {.units_per_metre = 1});
   Frame frame;
   std::vector<float> first_readings;
   while (source.next(frame)) first_readings.push_back(frame.depth[0]);
@@ -120,13 +120,13 @@ TEST(ImageSource, OrderOfNames) {
 TEST(ImageSource, ThereIsNoFrameAfterTheLast) {
   ImageDirectory images;
   images.add_depth("0", 1000);
-  ImageSource source(images.path(), {}, true);
+  ImageSource source(images.path(), {});
   Frame frame;
   EXPECT_THROW(source.load(1, frame), Failure);
 }
 
 TEST(ImageSource, AMissingDirectoryIsTold) {
-  EXPECT_THROW(ImageSource("/nonexistent/images", {}, true), Failure);
+  EXPECT_THROW(ImageSource("/nonexistent/images", {}), Failure);
 }
 
 TEST(ImageSource, AMissingDepthDirectoryIsTold) {

@@ -43,7 +43,7 @@ struct ProgramStart {
   std::string program = DEPTHRW_PROGRAM;
   Stream input = Stream::kUsual;
   Stream output = Stream::kUsual;
-  std::string working_directory;  ///< empty: the test's
+  std::string working_directory = {};  ///< empty: the test's
 };
 
 inline void sleep_seconds(double seconds) {

@@ -29,6 +29,8 @@ RecordingInfo example() {
   info.per_directory = 50;
   info.camera_type = 1;
   info.loop = true;
+  info.max_gap = 0.05;
+  info.source_times = true;
   info.max_fps = 7.5;
   info.trigger = Trigger::kSignal;
   info.before_seconds = 2.5;
@@ -91,6 +93,8 @@ TEST(RecordingInfo, HowItWasTriggeredComesBack) {
   EXPECT_EQ(info->per_directory, 50);
   EXPECT_EQ(info->camera_type, 1);
   EXPECT_TRUE(info->loop);
+  EXPECT_EQ(info->max_gap, 0.05);
+  EXPECT_TRUE(info->source_times);
   EXPECT_EQ(info->max_fps, 7.5);
   EXPECT_EQ(info->trigger, Trigger::kSignal);
   EXPECT_EQ(info->before_seconds, 2.5);

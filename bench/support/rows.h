@@ -2,6 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <functional>
 #include <string>
 
 namespace depth_io::bench {
@@ -24,6 +25,18 @@ inline void report_goal(benchmark::State& state, double value, const Goal& goal)
   state.counters["must_reach"] = goal.must_reach;
   state.counters["aim"] = goal.aim;
   state.counters["at_least"] = goal.sense == Goal::Sense::kAtLeast ? 1 : 0;
+}
+
+/// Adds a row whose seconds come from a measurement of our own; `measure` may add counters.
+inline void register_row(const std::string& name,
+                         std::function<double(benchmark::State&)> measure) {
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [measure = std::move(measure)](benchmark::State& state) {
+                                 for (auto _ : state) state.SetIterationTime(measure(state));
+                               })
+      ->UseManualTime()
+      ->Iterations(1)
+      ->Unit(benchmark::kMillisecond);
 }
 
 }  // namespace depth_io::bench

@@ -1,0 +1,110 @@
+# Decides whether the Python module is built (CAMERA_DEPTH_RW_PYTHON), with which interpreter
+# (Python3_EXECUTABLE), and where it is installed (CAMERA_DEPTH_RW_PYTHON_DIRECTORY).
+#
+# WITH_PYTHON  AUTO  when everything for it is there; otherwise one line tells what is missing
+#              ON    in any case; an error tells what is missing
+#              OFF   not
+set(with_python_by_default OFF)
+if(PROJECT_IS_TOP_LEVEL)
+  set(with_python_by_default AUTO)
+endif()
+set(WITH_PYTHON ${with_python_by_default} CACHE STRING "The Python module camera_depth_rw: AUTO, ON or OFF")
+set_property(CACHE WITH_PYTHON PROPERTY STRINGS AUTO ON OFF)
+
+function(camera_depth_rw_python_has interpreter module result)
+  execute_process(COMMAND ${interpreter} -c "import ${module}" RESULT_VARIABLE status
+                  OUTPUT_QUIET ERROR_QUIET)
+  if(status EQUAL 0)
+    set(${result} TRUE PARENT_SCOPE)
+  else()
+    set(${result} FALSE PARENT_SCOPE)
+  endif()
+endfunction()
+
+# The interpreter that was asked for; else the first with numpy: the system's, whose packages are
+# known, before another one in the path.
+function(camera_depth_rw_choose_python)
+  if(Python3_EXECUTABLE)
+    return()
+  endif()
+  find_program(python_in_path NAMES python3 NO_CACHE)
+  foreach(candidate /usr/bin/python3 ${python_in_path})
+    if(EXISTS ${candidate})
+      camera_depth_rw_python_has(${candidate} numpy has_numpy)
+      if(has_numpy)
+        set(Python3_EXECUTABLE ${candidate} CACHE FILEPATH "Python interpreter of the module")
+        return()
+      endif()
+    endif()
+  endforeach()
+endfunction()
+
+# What is missing, in words; empty when nothing is.
+macro(camera_depth_rw_find_python missing)
+  set(${missing} "")
+  camera_depth_rw_choose_python()
+  find_package(Python3 3.9 QUIET COMPONENTS Interpreter Development.Module)
+  # Without the search for another interpreter of its own.
+  set(PYBIND11_NOPYTHON ON)
+  find_package(pybind11 2.10 QUIET CONFIG)
+  if(CAMERA_DEPTH_RW_SANITIZE)
+    # The interpreter is not built with them, and cannot load a library that is.
+    set(${missing} "a build without sanitizers")
+  elseif(NOT TARGET depthrw_parts)
+    set(${missing} "the depthrw program, of which it has parts")
+  elseif(NOT Python3_Interpreter_FOUND)
+    set(${missing} "Python (package python3)")
+  elseif(NOT Python3_Development.Module_FOUND)
+    set(${missing} "Python's headers (package python3-dev)")
+  elseif(NOT pybind11_FOUND)
+    set(${missing} "pybind11 (package pybind11-dev)")
+  else()
+    camera_depth_rw_python_has(${Python3_EXECUTABLE} numpy has_numpy)
+    if(NOT has_numpy)
+      set(${missing} "numpy (package python3-numpy) for ${Python3_EXECUTABLE}")
+    endif()
+  endif()
+endmacro()
+
+# Its tests run in CI, so they are not to be missing where the module was asked for.
+macro(camera_depth_rw_find_python_tests)
+  set(CAMERA_DEPTH_RW_PYTHON_TESTS ON)
+  if(CAMERA_DEPTH_RW_TESTS)
+    foreach(module pytest matplotlib)
+      camera_depth_rw_python_has(${Python3_EXECUTABLE} ${module} has_module)
+      if(has_module)
+        continue()
+      elseif(WITH_PYTHON STREQUAL AUTO)
+        set(CAMERA_DEPTH_RW_PYTHON_TESTS OFF)
+        message(STATUS "Tests of the Python module: left out, for want of ${module} "
+                       "(package python3-${module})")
+      else()
+        message(FATAL_ERROR "Tests of the Python module want ${module} (package python3-${module})")
+      endif()
+    endforeach()
+  endif()
+endmacro()
+
+if(WITH_PYTHON STREQUAL AUTO OR WITH_PYTHON)
+  camera_depth_rw_find_python(missing)
+  if(missing STREQUAL "")
+    # Debian's Python looks into python3 below /usr, into a folder of its version below /usr/local.
+    set(python_folder python${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR})
+    if(CMAKE_INSTALL_PREFIX STREQUAL /usr)
+      set(python_folder python3)
+    endif()
+    set(CAMERA_DEPTH_RW_PYTHON_DIRECTORY lib/${python_folder}/dist-packages
+        CACHE STRING "Where the Python module is installed, below the prefix")
+    set(CAMERA_DEPTH_RW_PYTHON ON)
+    message(STATUS "Python module: in, for ${Python3_EXECUTABLE}")
+    camera_depth_rw_find_python_tests()
+  elseif(WITH_PYTHON STREQUAL AUTO)
+    set(CAMERA_DEPTH_RW_PYTHON OFF)
+    message(STATUS "Python module: left out, for want of ${missing}")
+  else()
+    message(FATAL_ERROR "WITH_PYTHON is ON, but the Python module wants ${missing}")
+  endif()
+else()
+  set(CAMERA_DEPTH_RW_PYTHON OFF)
+  message(STATUS "Python module: left out, as WITH_PYTHON is ${WITH_PYTHON}")
+endif()

@@ -1,0 +1,204 @@
+#include "codec/pixel_kernels.h"
+
+#include <immintrin.h>
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "codec/depth_code.h"
+#include "codec/luminance.h"
+
+namespace depth_io {
+namespace {
+
+constexpr int kBlock = static_cast<int>(kCodedBlock);
+constexpr int kLanes = 8;
+using Floats = float __attribute__((vector_size(kLanes * sizeof(float))));
+using Ints = int __attribute__((vector_size(kLanes * sizeof(int))));  ///< also masks: 0 or -1
+
+}  // namespace
+}  // namespace depth_io
+
+// One source of the loops, built twice.
+namespace depth_io::portable {
+
+/// A bit for each lane of a mask.
+inline unsigned bits_of(const Ints& mask) {
+  unsigned bits = 0;
+  for (int lane = 0; lane < kLanes; ++lane) bits |= (mask[lane] & 1U) << lane;
+  return bits;
+}
+
+#include "codec/pixel_loops.inc"
+}  // namespace depth_io::portable
+
+#ifdef __clang__
+#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+#else
+#pragma GCC push_options
+#pragma GCC target("avx2")
+#endif
+namespace depth_io::avx2 {
+
+inline unsigned bits_of(const Ints& mask) {
+  return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<const __m256&>(mask)));
+}
+
+#include "codec/pixel_loops.inc"
+
+// Bytes are moved about by shuffles, which no compiler makes of the plain loops.
+
+constexpr CodeSet kLoweredGreys = [] {
+  CodeSet lowered;
+  for (int grey = 0; grey < 256; ++grey) {
+    if (kGreyLuminances[static_cast<std::size_t>(grey)] < grey) lowered.add(grey);
+  }
+  return lowered;
+}();
+
+/// Looks bytes up in sets of codes.
+struct Lookup {
+  __m256i row;
+  __m256i bit;
+  __m256i is_right;
+
+  explicit Lookup(__m256i bytes) {
+    const __m256i low_half = _mm256_set1_epi8(0x0F);
+    const __m256i bits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201U));
+    const __m256i column = _mm256_and_si256(bytes, low_half);
+    row = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), low_half);
+    bit = _mm256_shuffle_epi8(bits, column);
+    is_right = _mm256_cmpgt_epi8(column, _mm256_set1_epi8(7));
+  }
+
+  /// 0xFF for members.
+  __m256i in(const CodeSet& set) const {
+    __m128i left;
+    __m128i right;
+    load(left, set.half[0]);
+    load(right, set.half[1]);
+    const __m256i rows =
+        _mm256_blendv_epi8(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(left), row),
+                           _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(right), row), is_right);
+    return _mm256_cmpeq_epi8(_mm256_and_si256(rows, bit), bit);
+  }
+};
+
+constexpr std::size_t kBytesAtOnce = 32;
+
+inline void store_tripled(__m128i bytes, unsigned char* bgr) {
+  const __m128i places[] = {
+      _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5),
+      _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10),
+      _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15)};
+  for (int part = 0; part < 3; ++part) {
+    store(_mm_shuffle_epi8(bytes, places[part]), bgr + 16 * part);
+  }
+}
+
+inline __m256i eight_codes(const int* codes) {
+  __m256i eight;
+  load(eight, codes);
+  return _mm256_and_si256(eight, _mm256_set1_epi32(0xFF));
+}
+
+inline __m256i codes_as_bytes(const int* codes) {
+  const __m256i first = _mm256_packs_epi32(eight_codes(codes), eight_codes(codes + 8));
+  const __m256i second = _mm256_packs_epi32(eight_codes(codes + 16), eight_codes(codes + 24));
+  // Packing works on halves: their quarters are put into order behind it.
+  return _mm256_permutevar8x32_epi32(_mm256_packus_epi16(first, second),
+                                     _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+}
+
+inline void shuffle_codes(const int* codes, std::size_t count, unsigned char* bgr,
+                          unsigned char* grey) {
+  std::size_t done = 0;
+  for (; done + kBytesAtOnce <= count; done += kBytesAtOnce) {
+    const __m256i bytes = codes_as_bytes(codes + done);
+    store_tripled(_mm256_castsi256_si128(bytes), bgr + 3 * done);
+    store_tripled(_mm256_extracti128_si256(bytes, 1), bgr + 3 * (done + kBytesAtOnce / 2));
+    store(_mm256_add_epi8(bytes, Lookup(bytes).in(kLoweredGreys)), grey + done);
+  }
+  expand_codes(codes + done, count - done, bgr + 3 * done, grey + done);
+}
+
+inline void shuffle_grey(const unsigned char* grey, std::size_t count, unsigned char* bgr) {
+  constexpr std::size_t kAtOnce = kBytesAtOnce / 2;
+  std::size_t done = 0;
+  for (; done + kAtOnce <= count; done += kAtOnce) {
+    __m128i bytes;
+    load(bytes, grey + done);
+    store_tripled(bytes, bgr + 3 * done);
+  }
+  expand_grey(grey + done, count - done, bgr + 3 * done);
+}
+
+/// Which of the codes were moved too far: 0xFF. False when one of them is irregular.
+inline bool find_moved(__m256i codes, __m256i read, const LabelTolerance& tolerance,
+                       __m256i& moved) {
+  const Lookup lookup(codes);
+  if (_mm256_movemask_epi8(lookup.in(tolerance.irregular)) != 0) return false;
+  const __m256i up = _mm256_subs_epu8(read, codes);
+  const __m256i down =
+      _mm256_andnot_si256(lookup.in(tolerance.down_for_ever), _mm256_subs_epu8(codes, read));
+  __m256i allowed = _mm256_set1_epi8(1);
+  for (const unsigned char from : tolerance.one_more_from) {
+    const __m256i level = _mm256_set1_epi8(static_cast<char>(from));
+    allowed = _mm256_sub_epi8(allowed, _mm256_cmpeq_epi8(_mm256_max_epu8(codes, level), codes));
+  }
+  // One step less, unless all of them are good.
+  const __m256i up_allowed = _mm256_sub_epi8(
+      allowed, _mm256_andnot_si256(lookup.in(tolerance.up_by_all), _mm256_set1_epi8(1)));
+  const __m256i down_allowed = _mm256_sub_epi8(
+      allowed, _mm256_andnot_si256(lookup.in(tolerance.down_by_all), _mm256_set1_epi8(1)));
+  const __m256i too_far =
+      _mm256_or_si256(_mm256_subs_epu8(up, up_allowed), _mm256_subs_epu8(down, down_allowed));
+  moved =
+      _mm256_xor_si256(_mm256_cmpeq_epi8(too_far, _mm256_setzero_si256()), _mm256_set1_epi8(-1));
+  return true;
+}
+
+inline int flag_moved_at_once(const int* codes, const unsigned char* read, std::size_t count,
+                              const LabelTolerance& tolerance, bool* flags) {
+  int sum = 0;
+  std::size_t done = 0;
+  for (; done + kBytesAtOnce <= count; done += kBytesAtOnce) {
+    __m256i read_bytes;
+    __m256i moved;
+    load(read_bytes, read + done);
+    if (!find_moved(codes_as_bytes(codes + done), read_bytes, tolerance, moved)) break;
+    store(_mm256_and_si256(moved, _mm256_set1_epi8(1)), flags + done);
+    sum += std::popcount(static_cast<unsigned>(_mm256_movemask_epi8(moved)));
+  }
+  return sum + flag_moved(codes + done, read + done, count - done, tolerance, flags + done);
+}
+
+}  // namespace depth_io::avx2
+#ifdef __clang__
+#pragma clang attribute pop
+#else
+#pragma GCC pop_options
+#endif
+
+namespace depth_io {
+
+const PixelKernels& portable_pixel_kernels() {
+  using namespace portable;
+  static constexpr PixelKernels kKernels{code_pixels, expand_codes,   expand_grey, run_length,
+                                         flag_moved,  rebuild_pixels, refill,      mark_motion};
+  return kKernels;
+}
+
+const PixelKernels& pixel_kernels() {
+  using namespace avx2;
+  static constexpr PixelKernels kKernels{code_pixels, shuffle_codes,      shuffle_grey,
+                                         run_length,  flag_moved_at_once, rebuild_pixels,
+                                         refill,      mark_motion};
+  static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
+  return has_avx2 ? kKernels : portable_pixel_kernels();
+}
+
+}  // namespace depth_io

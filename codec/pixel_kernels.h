@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstddef>
+
+/// The loops over all pixels of a frame. Each is one piece of source, built for every x86-64
+/// processor and, for the wider vectors, for those with AVX2; both give the same bits.
+namespace depth_io {
+
+/// Depths that a label is sure to be the first to fit: its window without those of the labels
+/// before it and without what rounding could make doubtful.
+struct LabelInterval {
+  float low;
+  float high;
+  float reference;
+  int label;
+};
+
+/// Labels that pixels may have without a search.
+struct LabelIntervals {
+  const LabelInterval* of;
+  int count;
+  int last;  ///< tried first; the one that was used last
+};
+
+/// A set of codes: code `c` is bit `c % 8` of byte `c / 16` in half `c / 8 % 2`.
+struct CodeSet {
+  alignas(16) unsigned char half[2][16] = {};
+
+  constexpr void add(int code) {
+    const auto c = static_cast<unsigned>(code);
+    unsigned char& byte = half[c / 8 % 2][c / 16];
+    byte = static_cast<unsigned char>(byte | 1U << c % 8);
+  }
+};
+
+/// How far the JPEG may move the codes of one label.
+struct LabelTolerance {
+  static constexpr int kLevels = 4;
+  /// Least and largest code that a code may be read as; the least is larger where there is none.
+  unsigned char lowest[256];
+  unsigned char highest[256];
+
+  // The same once more, for vectors: a code may be moved by one step, and by one more from each of
+  // `one_more_from` on; by the last of them only if it belongs to the set of its direction.
+  unsigned char one_more_from[kLevels];  ///< 255 stands for code 255 and for never
+  CodeSet up_by_all;
+  CodeSet down_by_all;
+  CodeSet down_for_ever;  ///< depths next to 0, where they end
+  CodeSet irregular;      ///< none of this holds
+};
+
+/// Camera geometry of one row, as the metric maps want it.
+struct RowGeometry {
+  float x;  ///< row - cx
+  float a11;
+  float a22;
+  float cy;
+};
+
+/// What a row of a frame is rebuilt from, and into; all at the same pixel.
+struct RowPixels {
+  const unsigned char* codes;  ///< three bytes a pixel
+  const int* exact_code;       ///< -1: none
+  float* depth;
+  float* map_x;
+  float* map_y;
+};
+
+/// Two depth maps and which of their pixels have depth.
+struct DepthChange {
+  const float* before;
+  const float* now;
+  const bool* had_depth;
+  const bool* has_depth;
+};
+
+struct PixelKernels {
+  /// Gives labels and codes to pixels from the first on, -1 and 0 where `mask` is negative. Stops
+  /// before a block of pixels of which one has no sure label, or a code that does not give the
+  /// depth back; returns the number of pixels before it. Blocks are whole.
+  std::size_t (*code_pixels)(const float* depth, const int* mask, std::size_t count,
+                             LabelIntervals& labels, int* label, int* code);
+
+  /// Codes as a B, G, R image and as the bytes that the grey JPEG is made of.
+  void (*expand_codes)(const int* codes, std::size_t count, unsigned char* bgr,
+                       unsigned char* grey);
+
+  /// A grey row as B, G, R.
+  void (*expand_grey)(const unsigned char* grey, std::size_t count, unsigned char* bgr);
+
+  /// How many of the first values are equal; `count` is at least 1.
+  std::size_t (*run_length)(const int* values, std::size_t count);
+
+  /// Flags the pixels of one label that were moved too far; returns their number.
+  int (*flag_moved)(const int* codes, const unsigned char* read, std::size_t count,
+                    const LabelTolerance& tolerance, bool* flags);
+
+  /// Rebuilds so many pixels of the label with this reference, the first of them in `column`.
+  void (*rebuild_pixels)(const RowPixels& row, std::size_t count, float reference, int column,
+                         const RowGeometry& geometry);
+
+  /// Fills an array, writing only where it is not filled so already: what is read need not be
+  /// written back.
+  void (*refill)(float* values, std::size_t count, float value);
+
+  /// Marks pixels that had and have depth, and whose depth changed by more than `contrast` of what
+  /// it is now, with 255.0 and all others with 0.0, writing only what differs. Returns the number
+  /// of pixels that moved.
+  int (*mark_motion)(const DepthChange& change, std::size_t count, float contrast, float* moving);
+};
+
+/// Pixels that are coded at once; a block is whole or left alone.
+inline constexpr std::size_t kCodedBlock = 16;
+
+const PixelKernels& portable_pixel_kernels();
+
+/// The best ones for this processor.
+const PixelKernels& pixel_kernels();
+
+}  // namespace depth_io

@@ -1,0 +1,320 @@
+// The loops built for this processor against the portable ones, and those against plain loops.
+
+#include "codec/pixel_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "codec/depth_code.h"
+#include "codec/error_detection.h"
+#include "codec/frame_writer.h"
+#include "codec/labelling.h"
+#include "codec/luminance.h"
+
+namespace depth_io::test {
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+const PixelKernels* const kBuilds[] = {&portable_pixel_kernels(), &pixel_kernels()};
+const std::size_t kSizes[] = {0, 1, 15, 16, 17, 31, 32, 33, 63, 64, 65, 640, 1001};
+
+std::vector<std::uint32_t> bits(const std::vector<float>& values) {
+  std::vector<std::uint32_t> all;
+  for (const float value : values) all.push_back(std::bit_cast<std::uint32_t>(value));
+  return all;
+}
+
+TEST(PixelKernels, ExpandsEveryCodeToGreyBytesAndTheirLuminance) {
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      std::vector<int> codes(size);
+      for (std::size_t i = 0; i < size; ++i) codes[i] = static_cast<int>(i * 37 % 256);
+      std::vector<unsigned char> bgr(3 * size + 1, 77);
+      std::vector<unsigned char> grey(size + 1, 77);
+      kernels->expand_codes(codes.data(), size, bgr.data(), grey.data());
+      for (std::size_t i = 0; i < size; ++i) {
+        ASSERT_EQ(grey[i], luminance(codes[i], codes[i], codes[i]));
+        for (std::size_t byte = 0; byte < 3; ++byte) ASSERT_EQ(bgr[3 * i + byte], codes[i]);
+      }
+      EXPECT_EQ(bgr.back(), 77);
+      EXPECT_EQ(grey.back(), 77);
+    }
+  }
+}
+
+TEST(PixelKernels, ExpandsGreyToThreeBytes) {
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      std::vector<unsigned char> grey(size);
+      std::iota(grey.begin(), grey.end(), static_cast<unsigned char>(5));
+      std::vector<unsigned char> bgr(3 * size + 1, 77);
+      kernels->expand_grey(grey.data(), size, bgr.data());
+      for (std::size_t i = 0; i < 3 * size; ++i) ASSERT_EQ(bgr[i], grey[i / 3]);
+      EXPECT_EQ(bgr.back(), 77);
+    }
+  }
+}
+
+TEST(PixelKernels, FindsTheEndOfARunWhereverItLies) {
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      for (std::size_t length = 1; length <= size; ++length) {
+        std::vector<int> values(size, -1);
+        if (length < size) values[length] = 3;
+        ASSERT_EQ(kernels->run_length(values.data(), size), length);
+      }
+    }
+  }
+}
+
+TEST(PixelKernels, RefillsWhateverIsThere) {
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      std::vector<float> values(size + 1, -1.0F);
+      for (std::size_t i = 0; i < size; i += 29) values[i] = i % 2 == 0 ? kNaN : 0.0F;
+      values[size] = 5.0F;
+      kernels->refill(values.data(), size, -1.0F);
+      for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(values[i], -1.0F);
+      EXPECT_EQ(values[size], 5.0F);
+    }
+  }
+}
+
+/// What a depth map is coded into.
+struct Coded {
+  std::vector<int> label;
+  std::vector<int> code;
+  std::size_t count;
+};
+
+Coded code_with(const PixelKernels& kernels, const LabelTable& table,
+                const std::vector<float>& depth, const std::vector<int>& mask) {
+  Coded coded{std::vector<int>(depth.size(), 99), std::vector<int>(depth.size(), 99), 0};
+  LabelIntervals intervals = table.sure_intervals();
+  coded.count = kernels.code_pixels(depth.data(), mask.data(), depth.size(), intervals,
+                                    coded.label.data(), coded.code.data());
+  return coded;
+}
+
+TEST(PixelKernels, CodesWhatTheTableAndTheCodeSay) {
+  std::vector<float> references(64);
+  LabelTable table(references.data(), 64);
+  for (const float reference : {2.0F, 4.1F, 0.5F, 7.0F}) table.add(reference);
+  std::mt19937 random(5);
+  std::uniform_int_distribution<int> millimetres(1, 8200);
+  std::uniform_int_distribution<int> masked(0, 9);
+  for (const PixelKernels* kernels : kBuilds) {
+    std::size_t coded_pixels = 0;
+    for (int round = 0; round < 2000; ++round) {
+      std::vector<float> depth(32);
+      std::vector<int> mask(32);
+      float base = static_cast<float>(millimetres(random)) / 1000.0F;
+      for (std::size_t i = 0; i < depth.size(); ++i) {
+        if (masked(random) == 0) base = static_cast<float>(millimetres(random)) / 1000.0F;
+        depth[i] = base;
+        mask[i] = masked(random) == 0 ? -1 - masked(random) : masked(random);
+      }
+      const Coded coded = code_with(*kernels, table, depth, mask);
+      ASSERT_EQ(coded.count % kCodedBlock, 0U);
+      coded_pixels += coded.count;
+      for (std::size_t i = 0; i < coded.count; ++i) {
+        const int label = mask[i] < 0 ? -1 : table.find(depth[i]);
+        ASSERT_EQ(coded.label[i], label);
+        ASSERT_EQ(
+            coded.code[i],
+            label < 0 ? 0 : encode_depth(depth[i], references[static_cast<std::size_t>(label)]));
+      }
+      for (std::size_t i = coded.count + kCodedBlock; i < depth.size(); ++i) {
+        ASSERT_EQ(coded.label[i], 99);
+      }
+    }
+    EXPECT_GT(coded_pixels, 30000U);
+  }
+}
+
+TEST(PixelKernels, StopsBeforeABlockWithoutASureLabel) {
+  std::vector<float> references(8);
+  LabelTable table(references.data(), 8);
+  table.add(2.0F);
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const float strange : {kNaN, std::numeric_limits<float>::infinity(), -40.0F, 9.0F}) {
+      std::vector<float> depth(64, 2.3F);
+      depth[40] = strange;
+      EXPECT_EQ(code_with(*kernels, table, depth, std::vector<int>(64)).count, 32U);
+    }
+  }
+}
+
+TEST(PixelKernels, LeavesOutMaskedPixelsThatAreNoNumbers) {
+  std::vector<float> references(8);
+  LabelTable table(references.data(), 8);
+  table.add(2.0F);
+  for (const PixelKernels* kernels : kBuilds) {
+    std::vector<float> depth(16, 2.3F);
+    std::vector<int> mask(16);
+    depth[3] = kNaN;
+    mask[3] = -7;
+    const Coded coded = code_with(*kernels, table, depth, mask);
+    EXPECT_EQ(coded.count, 16U);
+    EXPECT_EQ(coded.label[3], -1);
+    EXPECT_EQ(coded.code[3], 0);
+    EXPECT_EQ(coded.label[4], 0);
+  }
+}
+
+TEST(PixelKernels, CodesNothingWithoutLabels) {
+  std::vector<float> references(8);
+  const LabelTable table(references.data(), 8);
+  for (const PixelKernels* kernels : kBuilds) {
+    EXPECT_EQ(code_with(*kernels, table, std::vector<float>(32), std::vector<int>(32)).count, 0U);
+  }
+}
+
+TEST(PixelKernels, RebuildsDepthsAndMapsInTheOrderOfThePlainLoop) {
+  std::mt19937 random(7);
+  std::uniform_int_distribution<int> byte(0, 255);
+  const RowGeometry geometry{-37.25F, 533.014404F, 533.5F, 319.75F};
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      for (const float reference : {0.0F, 1.7F, 254.5F, kNaN}) {
+        std::vector<unsigned char> codes(3 * size);
+        std::vector<int> exact(size, -1);
+        for (unsigned char& code : codes) code = static_cast<unsigned char>(byte(random));
+        for (int& code : exact) code = byte(random) < 40 ? byte(random) : -1;
+        std::vector<float> depth(size), x(size), y(size), expected(size), expected_x(size),
+            expected_y(size);
+        kernels->rebuild_pixels({codes.data(), exact.data(), depth.data(), x.data(), y.data()},
+                                size, reference, 11, geometry);
+        for (std::size_t i = 0; i < size; ++i) {
+          const int code = exact[i] >= 0 ? exact[i] : codes[3 * i];
+          const float z = clamp_depth(static_cast<float>(code) / 100.0F - 1.25F + reference);
+          expected[i] = z;
+          expected_x[i] = geometry.x * z / geometry.a11;
+          expected_y[i] =
+              (static_cast<float>(11 + static_cast<int>(i)) - geometry.cy) * z / geometry.a22;
+        }
+        if (std::isnan(reference)) {
+          // Which not-a-number it is may differ.
+          for (const float z : depth) ASSERT_TRUE(std::isnan(z));
+          continue;
+        }
+        ASSERT_EQ(bits(depth), bits(expected));
+        ASSERT_EQ(bits(x), bits(expected_x));
+        ASSERT_EQ(bits(y), bits(expected_y));
+      }
+    }
+  }
+}
+
+TEST(PixelKernels, MarksWhatThePlainLoopFindsMoving) {
+  constexpr float kSpecial[] = {
+      0.0F, -0.0F, kNaN, 1.0F, 1.1F, 0.9F, 3e38F, 1e-40F, std::numeric_limits<float>::infinity()};
+  std::mt19937 random(13);
+  const auto any = [&] { return kSpecial[random() % std::size(kSpecial)]; };
+  for (const PixelKernels* kernels : kBuilds) {
+    for (const std::size_t size : kSizes) {
+      std::vector<float> before(size), now(size), moving(size);
+      const std::unique_ptr<bool[]> had(new bool[size + 1]);
+      const std::unique_ptr<bool[]> has(new bool[size + 1]);
+      int expected_count = 0;
+      std::vector<float> expected(size);
+      for (std::size_t i = 0; i < size; ++i) {
+        before[i] = any();
+        now[i] = any();
+        moving[i] = any();
+        had[i] = random() % 3 != 0;
+        has[i] = random() % 3 != 0;
+        const bool moved = had[i] && has[i] && std::fabs((before[i] - now[i]) / now[i]) > 0.1F;
+        expected[i] = moved ? 255.0F : 0.0F;
+        expected_count += moved ? 1 : 0;
+      }
+      const int count = kernels->mark_motion({before.data(), now.data(), had.get(), has.get()},
+                                             size, 0.1F, moving.data());
+      EXPECT_EQ(count, expected_count);
+      EXPECT_EQ(bits(moving), bits(expected));
+    }
+  }
+}
+
+TEST(LabelTolerance, AgreesWithTheComparisonOfDepthsForEveryPairOfCodes) {
+  for (const float reference :
+       {0.0F, 0.001F, 0.0049F, 0.3F,   0.51F,  1.0F,   1.2345F, 1.25F,  2.718F, 3.999F, 4.0F, 5.0F,
+        6.3F, 17.77F, 29.9F,   100.0F, 247.9F, 249.5F, 254.0F,  256.3F, 300.0F, -0.4F,  -2.0F}) {
+    const LabelTolerance tolerance = find_tolerance(reference);
+    for (const PixelKernels* kernels : kBuilds) {
+      for (int written = 0; written < 256; ++written) {
+        const std::vector<int> codes(256, written);
+        std::vector<unsigned char> read(256);
+        std::iota(read.begin(), read.end(), static_cast<unsigned char>(0));
+        bool flags[256];
+        const int count = kernels->flag_moved(codes.data(), read.data(), 256, tolerance, flags);
+        int expected_count = 0;
+        for (int code = 0; code < 256; ++code) {
+          const float written_depth = decode_depth(written, reference);
+          const float read_depth = clamp_depth(decode_depth(code, reference));
+          const bool expected =
+              std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth);
+          ASSERT_EQ(flags[code], expected) << reference << " " << written << " " << code;
+          expected_count += expected ? 1 : 0;
+        }
+        ASSERT_EQ(count, expected_count);
+      }
+    }
+  }
+}
+
+TEST(LabelTolerance, HoldsForRandomReferencesAndSmallMoves) {
+  std::mt19937 random(11);
+  std::uniform_real_distribution<float> anywhere(0.0F, 30.0F);
+  std::uniform_int_distribution<int> any_code(0, 250);
+  std::uniform_int_distribution<int> move(-7, 7);
+  for (int round = 0; round < 300; ++round) {
+    const float reference =
+        round % 2 == 0 ? anywhere(random) : std::round(anywhere(random) * 1000) / 1000;
+    const LabelTolerance tolerance = find_tolerance(reference);
+    std::vector<int> codes(640);
+    std::vector<unsigned char> read(640);
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+      codes[i] = any_code(random);
+      read[i] = static_cast<unsigned char>(std::clamp(codes[i] + move(random), 0, 255));
+    }
+    for (const PixelKernels* kernels : kBuilds) {
+      bool flags[640];
+      kernels->flag_moved(codes.data(), read.data(), codes.size(), tolerance, flags);
+      for (std::size_t i = 0; i < codes.size(); ++i) {
+        const float written_depth = decode_depth(codes[i], reference);
+        const float read_depth = clamp_depth(decode_depth(read[i], reference));
+        ASSERT_EQ(flags[i], std::fabs(written_depth - read_depth) >
+                                GetCompressionErrorThreshold(written_depth));
+      }
+    }
+  }
+}
+
+TEST(Flags, AreVisitedInOrderAndCounted) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{7}, std::size_t{8},
+                                 std::size_t{9}, std::size_t{128}, std::size_t{255}}) {
+    std::unique_ptr<bool[]> flags(new bool[size + 1]());
+    std::vector<std::size_t> expected;
+    for (std::size_t i = 0; i < size; ++i) {
+      flags[i] = i * i % 7 < 3;
+      if (flags[i]) expected.push_back(i);
+    }
+    flags[size] = true;
+    std::vector<std::size_t> visited;
+    for_each_flag(flags.get(), size, [&](std::size_t i) { visited.push_back(i); });
+    EXPECT_EQ(visited, expected);
+    EXPECT_EQ(count_flags(flags.get(), size), static_cast<int>(expected.size()));
+  }
+}
+
+}  // namespace
+}  // namespace depth_io::test

@@ -1,0 +1,174 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "codec/console.h"
+#include "tests/faults/fault_shim.h"
+#include "tests/support/catalogue_fixture.h"
+
+// Walks through the calls that a piece of work makes: first its first call fails, then its second,
+// until no call is left.
+namespace depth_io::test {
+
+inline constexpr std::array<int, 6> kErrors = {ENOSPC, EIO, EMFILE, EACCES, EROFS, EINTR};
+
+/// Sanitizers bring an allocator of their own.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kAllocationsCanFail = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr bool kAllocationsCanFail = false;
+#else
+inline constexpr bool kAllocationsCanFail = true;
+#endif
+#else
+inline constexpr bool kAllocationsCanFail = true;
+#endif
+
+/// Whether every call is tried with every error. That takes minutes: else each call is tried with
+/// one error, its neighbours with others, and of many calls some are left out.
+inline bool tries_every_error() { return std::getenv("CAMERA_DEPTH_RW_EVERY_FAULT") != nullptr; }
+
+inline bool has_one_outcome(FaultKind kind) {
+  return kind == kFaultAllocation || kind == kFaultShortWrite;
+}
+
+/// Whether the n-th call is tried with this one of `kErrors`.
+inline bool is_tried(FaultKind kind, long nth, std::size_t error, bool lasting) {
+  if (has_one_outcome(kind)) return error == 0;
+  if (tries_every_error()) return true;
+  return error == (static_cast<std::size_t>(nth) + (lasting ? 3 : 0)) % kErrors.size();
+}
+
+inline long next_tried(long nth) {
+  constexpr long kFirstCalls = 12;
+  if (tries_every_error() || nth < kFirstCalls) return nth + 1;
+  return nth + 1 + nth / 6;
+}
+
+inline const char* kind_name(FaultKind kind) {
+  constexpr const char* kNames[] = {"open",  "write",   "short write", "read",      "close",
+                                    "mkdir", "readdir", "rename",      "allocation"};
+  return kNames[kind];
+}
+
+inline std::string describe(const Fault& fault) {
+  return std::string(kind_name(fault.kind)) + " " + std::to_string(fault.nth) +
+         (fault.lasting ? " and later" : "") + ": " + std::strerror(fault.error);
+}
+
+/// Keeps what the library prints, without an allocation, and never waits for a key.
+class QuietConsole {
+ public:
+  QuietConsole() {
+    set_print_handler(&QuietConsole::take, this);
+    set_key_wait_handler([](void*) {}, nullptr);
+  }
+  ~QuietConsole() {
+    set_print_handler(nullptr, nullptr);
+    set_key_wait_handler(nullptr, nullptr);
+  }
+  QuietConsole(const QuietConsole&) = delete;
+  QuietConsole& operator=(const QuietConsole&) = delete;
+
+  void clear() { length_ = 0; }
+  std::string_view text() const { return {text_.data(), length_}; }
+  /// Whether a failure was told.
+  bool complains() const {
+    for (const char* word : {"ERROR", "WARNING", "FAILED", "failed", "Can't", "Fatal", "faield",
+                             "error opening", "Memory error"}) {
+      if (text().find(word) != std::string_view::npos) return true;
+    }
+    return false;
+  }
+
+ private:
+  static void take(void* context, const char* text, std::size_t length) {
+    auto* const self = static_cast<QuietConsole*>(context);
+    const std::size_t taken = std::min(length, self->text_.size() - self->length_);
+    std::memcpy(self->text_.data() + self->length_, text, taken);
+    self->length_ += taken;
+  }
+
+  std::array<char, 16384> text_;
+  std::size_t length_ = 0;
+};
+
+/// A piece of work that faults are brought into.
+class Work {
+ public:
+  virtual ~Work() = default;
+  /// Before each walk: an empty place.
+  virtual void begin() {}
+  /// Before each try, without faults.
+  virtual void prepare() = 0;
+  /// The work itself; whether it told that all of it was done.
+  virtual bool act() = 0;
+  /// Whether what was told is true, and what was done earlier is still there.
+  virtual void check(bool told_success) = 0;
+  /// The fault is over: everything must go as ever.
+  virtual void resume() = 0;
+
+  QuietConsole console;
+};
+
+struct WalkCount {
+  long tries = 0;
+  long failed_calls = 0;
+};
+
+/// One try; how many calls failed.
+inline long try_fault(Work& work, const Fault& fault) {
+  SCOPED_TRACE(describe(fault));
+  const int descriptors = open_descriptors();
+  work.prepare();
+  work.console.clear();
+  bool told_success = false;
+  bool has_thrown = false;
+  fault_shim_arm(&fault);
+  try {
+    told_success = work.act();
+  } catch (const std::bad_alloc&) {
+    has_thrown = true;
+  }
+  const long failed_calls = fault_shim_disarm();
+  EXPECT_FALSE(has_thrown);
+  EXPECT_TRUE(told_success || failed_calls > 0) << work.console.text();
+  EXPECT_TRUE(told_success || work.console.complains()) << work.console.text();
+  work.check(told_success);
+  work.resume();
+  EXPECT_EQ(open_descriptors(), descriptors);
+  return failed_calls;
+}
+
+/// Walks through all calls of a kind.
+inline WalkCount walk(Work& work, FaultKind kind) {
+  constexpr long kEndless = 100'000;
+  WalkCount count;
+  work.begin();
+  for (const bool lasting : {false, true}) {
+    bool was_reached = true;
+    for (long nth = 1; was_reached && !testing::Test::HasFailure(); nth = next_tried(nth)) {
+      was_reached = false;
+      for (std::size_t error = 0; error < kErrors.size(); ++error) {
+        if (!is_tried(kind, nth, error, lasting)) continue;
+        const long failed = try_fault(work, {kind, nth, kErrors[error], lasting});
+        was_reached |= failed > 0;
+        ++count.tries;
+        count.failed_calls += failed;
+      }
+      if (nth > kEndless) ADD_FAILURE() << "the work never gets through";
+    }
+  }
+  return count;
+}
+
+}  // namespace depth_io::test

@@ -1,0 +1,142 @@
+#include "tests/faults/fault_walk.h"
+#include "tests/faults/recording_bench.h"
+
+// Faults while an engine records, each generation, at once and out of its ring.
+namespace depth_io::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class RecordingWork : public Work {
+ public:
+  explicit RecordingWork(int generation)
+      : recorder_(make_recorder(generation, directory_.path())) {}
+
+  void begin() override {
+    for (const auto& entry : fs::directory_iterator(directory_.path())) fs::remove_all(entry);
+    record_one();
+  }
+  void check(bool told_success) override {
+    EXPECT_TRUE(recorder_->has(earlier_number_, earlier_)) << "the frame written before";
+    if (told_success) expect_written();
+  }
+
+ protected:
+  virtual void expect_written() = 0;
+
+  /// A frame without faults, which must still be there after them.
+  void record_one() {
+    ++number_;
+    recorder_->show(number_);
+    ASSERT_TRUE(recorder_->capture(moment_of(number_, 30), true)) << console.text();
+    earlier_number_ = number_;
+    earlier_ = moment_of(number_, 30);
+    ASSERT_TRUE(recorder_->has(earlier_number_, earlier_));
+  }
+
+  TempDirectory directory_;
+  std::unique_ptr<Recorder> recorder_;
+  int number_ = 0;
+
+ private:
+  int earlier_number_ = 0;
+  Moment earlier_;
+};
+
+/// One frame, recorded as it is captured.
+class CaptureWork : public RecordingWork {
+ public:
+  using RecordingWork::RecordingWork;
+  void prepare() override { recorder_->show(++number_); }
+  bool act() override { return recorder_->capture(moment_of(number_), true); }
+  void resume() override {
+    EXPECT_TRUE(recorder_->capture(moment_of(number_), true)) << console.text();
+    expect_written();
+    record_one();
+  }
+
+ protected:
+  void expect_written() override {
+    EXPECT_TRUE(recorder_->has(number_, moment_of(number_))) << console.text();
+  }
+};
+
+/// Two frames, captured and then recorded out of the ring.
+class RingWork : public RecordingWork {
+ public:
+  using RecordingWork::RecordingWork;
+  void prepare() override {
+    ++number_;
+    for (int i = 0; i < kFrames; ++i) {
+      recorder_->show(number_ + i);
+      ASSERT_TRUE(recorder_->capture(moment_of(number_, i), false)) << console.text();
+    }
+  }
+  bool act() override {
+    return recorder_->record_ring(moment_of(number_), moment_of(number_, kFrames - 1));
+  }
+  void resume() override {
+    EXPECT_TRUE(act()) << console.text();
+    expect_written();
+    record_one();
+  }
+
+ protected:
+  void expect_written() override {
+    for (int i = 0; i < kFrames; ++i) {
+      EXPECT_TRUE(recorder_->has(number_ + i, moment_of(number_, i))) << i << console.text();
+    }
+  }
+
+ private:
+  static constexpr int kFrames = 2;
+};
+
+struct Case {
+  int generation;
+  FaultKind kind;
+};
+
+void PrintTo(const Case& tested, std::ostream* out) {
+  *out << tested.generation << " " << kind_name(tested.kind);
+}
+
+std::vector<Case> cases() {
+  std::vector<Case> all;
+  for (const int generation : {1, 2, 3}) {
+    for (const FaultKind kind : {kFaultOpen, kFaultWrite, kFaultShortWrite, kFaultRead, kFaultClose,
+                                 kFaultMakeFolder, kFaultAllocation}) {
+      if (kind == kFaultAllocation && !kAllocationsCanFail) continue;
+      // The first generation writes into a directory that is there.
+      if (kind == kFaultMakeFolder && generation == 1) continue;
+      all.push_back({generation, kind});
+    }
+  }
+  return all;
+}
+
+std::string case_name(const testing::TestParamInfo<Case>& tested) {
+  std::string name = kind_name(tested.param.kind);
+  std::replace(name.begin(), name.end(), ' ', '_');
+  return "generation_" + std::to_string(tested.param.generation) + "_" + name;
+}
+
+class RecordingFaults : public testing::TestWithParam<Case> {
+ protected:
+  template <typename KindOfWork>
+  void expect_no_harm() {
+    KindOfWork work(GetParam().generation);
+    const WalkCount count = walk(work, GetParam().kind);
+    EXPECT_GT(count.failed_calls, 0);
+    std::printf("%ld tries, %ld failed calls\n", count.tries, count.failed_calls);
+  }
+};
+
+TEST_P(RecordingFaults, FailTheFrameAndNoOther) { expect_no_harm<CaptureWork>(); }
+
+TEST_P(RecordingFaults, FailTheRangeOfTheRingAndNothingElse) { expect_no_harm<RingWork>(); }
+
+INSTANTIATE_TEST_SUITE_P(Calls, RecordingFaults, testing::ValuesIn(cases()), case_name);
+
+}  // namespace
+}  // namespace depth_io::test

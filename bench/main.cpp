@@ -23,6 +23,7 @@ int main(int argc, char** argv) {
     depth_io::bench::register_engine_cases();
     depth_io::bench::register_catalogue_cases();
     depth_io::bench::register_growth_cases();
+    depth_io::bench::register_camera_cases();
     benchmark::RunSpecifiedBenchmarks();
   } catch (const std::exception& failure) {
     std::cerr << failure.what() << '\n';

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <new>
 
 #include "codec/console.h"
 
@@ -35,6 +36,16 @@ void trace(int debug, const char* text) {
 
 void print_failure(const char* action, XnStatus status) {
   print("%s failed: %s\n", action, xnGetStatusString(status));
+}
+
+/// OpenNI's modules throw through its functions when a file claims more than the memory holds.
+template <class Call>
+XnStatus status_of(Call&& call) {
+  try {
+    return call();
+  } catch (const std::bad_alloc&) {
+    return XN_STATUS_ALLOC_FAILED;
+  }
 }
 
 /// The word that a configuration begins with, cut where `word` ends.
@@ -130,7 +141,8 @@ int class_asus_reader::init(char* SAMPLE_XML_PATH, int debug) {
 }
 
 XnStatus class_asus_reader::open_configuration(char* path, int debug) {
-  const XnStatus status = context.InitFromXmlFile(path, scriptNode, &errors);
+  const XnStatus status =
+      status_of([&] { return context.InitFromXmlFile(path, scriptNode, &errors); });
   trace(debug, " - DEBUG ASUS - 14");
   if (status == XN_STATUS_NO_NODE_PRESENT) {
     XnChar text[1024] = "";
@@ -168,8 +180,9 @@ bool class_asus_reader::is_half_opened() const {
 
 int class_asus_reader::process(int debug) {
   trace(debug, " - DEBUG ASUS - loop 1");
-  const XnStatus status =
-      is_half_opened() ? XnStatus{XN_STATUS_NOT_INIT} : context.WaitOneUpdateAll(depth);
+  const XnStatus status = is_half_opened()
+                              ? XnStatus{XN_STATUS_NOT_INIT}
+                              : status_of([&] { return context.WaitOneUpdateAll(depth); });
   if (status != XN_STATUS_OK) {
     print_failure("UpdateData", status);
     return 0;

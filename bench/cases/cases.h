@@ -18,4 +18,7 @@ void register_catalogue_cases();
 /// Frames with more and more labels, runs and error records.
 void register_growth_cases();
 
+/// The camera reader beside the OpenNI calls that it cannot do without; none without OpenNI.
+void register_camera_cases();
+
 }  // namespace depth_io::bench

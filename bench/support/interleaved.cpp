@@ -15,6 +15,13 @@ double Measurements::ratio(const Names& numerators, const Names& denominators) c
   return median(ratios);
 }
 
+double Measurements::difference(const std::string& operation, const std::string& other) const {
+  std::vector<double> differences = seconds_.at(operation);
+  const std::vector<double>& others = seconds_.at(other);
+  for (std::size_t frame = 0; frame < others.size(); ++frame) differences[frame] -= others[frame];
+  return median(differences);
+}
+
 std::vector<double> Measurements::sums(const Names& operations) const {
   std::vector<double> sums;
   for (const std::string& operation : operations) {

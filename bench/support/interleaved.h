@@ -29,6 +29,9 @@ class Measurements {
   /// Median over the frames of how many times the denominators' sum the numerators' sum is.
   double ratio(const Names& numerators, const Names& denominators) const;
 
+  /// Median over the frames of what an operation takes more than another, seconds.
+  double difference(const std::string& operation, const std::string& other) const;
+
  private:
   std::vector<double> sums(const Names& operations) const;
 

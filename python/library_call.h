@@ -65,7 +65,6 @@ template <typename Work>
 auto call_library(const std::string& what, Work work) {
   Diagnostics said;
   const auto run = [&] {
-    const pybind11::gil_scoped_release unlocked;
     const Listening listening(said);
     return work();
   };

@@ -100,7 +100,10 @@ class StampedEngine : public CaptureEngine {
   void keep_rate_limit_going(const Moment& moment) {
     double now = 0;
     if (!to_unix_time(now, moment, false) || now >= engine_.last_time_recorded_unixtime) return;
-    engine_.last_time_recorded_unixtime = now - seconds_between(last_recorded_.moment, moment);
+    // A clock that was set back must not end a recording until it has caught up.
+    constexpr double kLongAgo = 1e9;
+    const double elapsed = seconds_between(last_recorded_.moment, moment);
+    engine_.last_time_recorded_unixtime = now - (elapsed < 0 ? kLongAgo : elapsed);
   }
 
   Shot last_recorded_{0, recording_.start};

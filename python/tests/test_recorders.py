@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import datetime as dt
+import logging
 import os
 import pathlib
 from typing import Any, Iterator
@@ -242,6 +243,16 @@ def test_a_clock_that_steps_back_is_followed(recorder: Any, path: pathlib.Path) 
     assert times_on_disk(path) == [time_of(n) for n in (1, 2, 5, 6, 7)]
 
 
+def test_a_clock_that_steps_back_does_not_stop_a_limited_recorder(
+    recorder_type: Any, path: pathlib.Path
+) -> None:
+    """As local time does every autumn."""
+    with recorder_type(path, max_fps=4, colour=False) as recorder:
+        numbers = (0, 20, -36000, -35999, -35997)
+        written = [recorder.add(NEAR, time=time_of(number)) for number in numbers]
+    assert written == [True, True, True, False, True]
+
+
 def test_a_tree_goes_on(path: pathlib.Path) -> None:
     for begin in (0, 3):
         with TreeRecorder(path, colour=False) as recorder:
@@ -315,6 +326,16 @@ def test_a_frame_that_cannot_be_recorded_is_an_error(recorder: Any) -> None:
                 np.linspace(0, 254, 480 * 640, dtype=np.float32).reshape(480, 640), time=START
             )
     assert caught.value.said
+
+
+@pytest.mark.parametrize("verify", [True, False])
+def test_frames_are_read_back_on_demand(
+    recorder_type: Any, path: pathlib.Path, verify: bool, caplog: pytest.LogCaptureFixture
+) -> None:
+    caplog.set_level(logging.INFO, "camera_depth_rw")
+    with recorder_type(path, colour=False, verify=verify) as recorder:
+        recorder.add(NEAR, time=START)
+    assert any("reading compressed data" in line for line in caplog.messages) == verify
 
 
 def test_a_folder_that_cannot_be_made_is_an_error(path: pathlib.Path) -> None:

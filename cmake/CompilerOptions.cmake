@@ -25,3 +25,6 @@ if(CAMERA_DEPTH_RW_SANITIZE)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/Hardening.cmake)
+target_link_libraries(camera_depth_rw_options INTERFACE camera_depth_rw_hardening)

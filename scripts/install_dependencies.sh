@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and that this machine does not have yet.
-# Usage: scripts/install_dependencies.sh [build|test|bench]   (default: test; each includes build)
+# Usage: scripts/install_dependencies.sh [build|test|bench|coverage]   (default: test; each includes build)
 set -euo pipefail
 
 build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev
@@ -14,8 +14,9 @@ case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;
   test) wanted=("${build_packages[@]}" "${python_packages[@]}" "${test_packages[@]}") ;;
   bench) wanted=("${build_packages[@]}" "${python_packages[@]}" "${bench_packages[@]}") ;;
+  coverage) wanted=("${build_packages[@]}" "${test_packages[@]}" gcovr) ;;
   *)
-    echo "usage: $0 [build|test|bench]" >&2
+    echo "usage: $0 [build|test|bench|coverage]" >&2
     exit 2
     ;;
 esac

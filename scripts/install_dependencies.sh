@@ -3,9 +3,10 @@
 # Usage: scripts/install_dependencies.sh [build|test|bench]   (default: test; each includes build)
 set -euo pipefail
 
-build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev)
+build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev
+  libcpp-httplib-dev pkg-config)
 bench_packages=(libbenchmark-dev)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev pkg-config shellcheck ffmpeg python3-open3d)
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck chromium ffmpeg python3-open3d)
 
 case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;
@@ -14,6 +15,14 @@ case "${1:-test}" in
   *)
     echo "usage: $0 [build|test|bench]" >&2
     exit 2
+    ;;
+esac
+
+# Node.js may have come from elsewhere, with an npm of its own.
+case "${1:-test}" in
+  test)
+    command -v node >/dev/null || wanted+=(nodejs)
+    command -v npm >/dev/null || wanted+=(npm)
     ;;
 esac
 

@@ -4,11 +4,11 @@
 set -euo pipefail
 
 build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-dev nlohmann-json3-dev
-  libopenni-dev pkg-config)
+  libcpp-httplib-dev libopenni-dev pkg-config)
 python_packages=(pybind11-dev python3-dev python3-numpy)
 bench_packages=(libbenchmark-dev libzstd-dev)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind ffmpeg python3-open3d
-  python3-pytest python3-matplotlib mypy)
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind chromium ffmpeg
+  python3-open3d python3-pytest python3-matplotlib mypy)
 
 case "${1:-test}" in
   build) wanted=("${build_packages[@]}") ;;
@@ -18,6 +18,14 @@ case "${1:-test}" in
   *)
     echo "usage: $0 [build|test|bench|coverage]" >&2
     exit 2
+    ;;
+esac
+
+# Node.js may have come from elsewhere, with an npm of its own.
+case "${1:-test}" in
+  test)
+    command -v node >/dev/null || wanted+=(nodejs)
+    command -v npm >/dev/null || wanted+=(npm)
     ;;
 esac
 

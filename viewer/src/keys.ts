@@ -16,15 +16,17 @@ export function startKeys(actions: KeyAction[]): void {
   const pointing: [string, string][] = [
     ['Shift arrows', 'on an image: move the pixel that is read, with Ctrl by ten; on the cloud: turn it'],
     ['Enter', 'on an image: hold the pixel, or let it go'],
-    ['Wheel, drag', 'zoom and move images, cloud and timeline; double click shows all'],
+    ['Wheel drag', 'zoom and move images, cloud and timeline; double click shows all'],
     ['Shift drag', 'on the timeline: mark a range'],
   ];
   const lines: [string, string][] = [...actions.map((action): [string, string] => [action.shown, action.does]), ...pointing];
   list.replaceChildren(
-    ...lines.flatMap(([keys, does]) => {
+    ...lines.map(([keys, does]) => {
+      const entry = make('div');
       const term = make('dt');
       term.append(...keys.split(' ').map((key) => make('kbd', '', key)));
-      return [term, make('dd', '', does)];
+      entry.append(term, make('dd', '', does));
+      return entry;
     }),
   );
   element('help-open').addEventListener('click', () => help.showModal());

@@ -135,7 +135,7 @@ class Page {
       parts.push(`${dateText(first)} ${clockText(first, false)}`);
       if (length > 0) parts.push(durationText(length));
     }
-    if (sequence.gaps.length > 0) parts.push(`${countText(sequence.gaps.length)} pause${sequence.gaps.length === 1 ? '' : 's'}`);
+    if (sequence.gaps.length > 0) parts.push(`${countText(sequence.gaps.length)} gap${sequence.gaps.length === 1 ? '' : 's'}`);
     parts.push(`${recording.layout} layout`);
     const run = recording.runs[recording.runs.length - 1];
     if (run) parts.push(run.complete ? `trigger ${run.trigger}` : `trigger ${run.trigger}, not ended`);

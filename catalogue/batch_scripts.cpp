@@ -62,6 +62,11 @@ bool write_summary(const std::string& path, const Listing& listing) {
   return summary.put_in_place();
 }
 
+/// Kept: a script that cannot be created is not told; one that ends in the middle is.
+bool was_written_or_never_begun(depth_io::ReplacedFile& script) {
+  return !script.content().is_open() || script.put_in_place();
+}
+
 int write_creating_script(const char* directory, int sub_directories) {
   depth_io::ReplacedFile script(kCreatingScript);
   depth_io::BufferedFile& lines = script.content();
@@ -69,7 +74,7 @@ int write_creating_script(const char* directory, int sub_directories) {
   lines.write("mkdir " + path + "\n");
   lines.write("cd " + path + "\n");
   for (int i = 0; i < sub_directories; ++i) lines.write("mkdir " + number_of(i) + "\n");
-  return script.put_in_place() ? 1 : 0;
+  return was_written_or_never_begun(script) ? 1 : 0;
 }
 
 int write_reading_script(const char* directory, int sub_directories) {
@@ -81,7 +86,7 @@ int write_reading_script(const char* directory, int sub_directories) {
     lines.write("ls *.rle > ls.txt\n");
     lines.write("cd ..\n");
   }
-  return script.put_in_place() ? 1 : 0;
+  return was_written_or_never_begun(script) ? 1 : 0;
 }
 
 int write_summaries(const char* directory, int sub_directories) {

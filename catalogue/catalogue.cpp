@@ -48,8 +48,9 @@ bool fits_rows(const depth_io_ClassBufferChar1D& table, const std::string& entry
   return table.N1D < 1 || static_cast<int>(entry.size()) < table.arr1D[0].N;
 }
 
-/// Kept: a file that cannot be written changes no result; it is told.
+/// Kept: a file that cannot be created is not told; one that ends in the middle is.
 void put_in_place(depth_io::ReplacedFile& file, const std::string& path) {
+  if (!file.content().is_open()) return;
   if (!file.put_in_place()) print("ERROR failed to write '%s'\n", path.c_str());
 }
 

@@ -154,13 +154,12 @@ TEST_F(BatchScripts, ReadWithoutSubDirectoriesHasItsFirstLineOnly) {
   }
 }
 
-TEST_F(BatchScripts, ScriptThatCannotBeWrittenIsTold) {
+TEST_F(BatchScripts, ScriptThatCannotBeCreatedIsNotTold) {
   std::filesystem::create_directory(kCreateScript);
   std::filesystem::create_directory(kReadScript);
-  EXPECT_EQ(create("rec", 1).output,
-            "CreateSubDirBatch\nERROR failed to write 'batch_create_empty_sub_dir.sh'\n");
+  EXPECT_EQ(create("rec", 1).output, "CreateSubDirBatch\n");
   const ConsoleTrace trace = read_part1("rec", 1);
-  EXPECT_EQ(trace.output, "ReadSubDirBatch_part1\nERROR failed to write 'batch_read_sub_dir.sh'\n");
+  EXPECT_EQ(trace.output, std::string("ReadSubDirBatch_part1\n") + kRunItNow);
   EXPECT_EQ(trace.keys, 0);
 }
 

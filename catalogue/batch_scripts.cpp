@@ -63,8 +63,9 @@ bool write_summary(const std::string& path, const Listing& listing) {
 }
 
 /// Kept: a script that cannot be created is not told; one that ends in the middle is.
-bool was_written_or_never_begun(depth_io::ReplacedFile& script) {
-  return !script.content().is_open() || script.put_in_place();
+bool finish(depth_io::ReplacedFile& script) {
+  script.put_in_place();
+  return !script.was_cut_short();
 }
 
 int write_creating_script(const char* directory, int sub_directories) {
@@ -74,7 +75,7 @@ int write_creating_script(const char* directory, int sub_directories) {
   lines.write("mkdir " + path + "\n");
   lines.write("cd " + path + "\n");
   for (int i = 0; i < sub_directories; ++i) lines.write("mkdir " + number_of(i) + "\n");
-  return was_written_or_never_begun(script) ? 1 : 0;
+  return finish(script) ? 1 : 0;
 }
 
 int write_reading_script(const char* directory, int sub_directories) {
@@ -86,7 +87,7 @@ int write_reading_script(const char* directory, int sub_directories) {
     lines.write("ls *.rle > ls.txt\n");
     lines.write("cd ..\n");
   }
-  return was_written_or_never_begun(script) ? 1 : 0;
+  return finish(script) ? 1 : 0;
 }
 
 int write_summaries(const char* directory, int sub_directories) {

@@ -50,8 +50,8 @@ bool fits_rows(const depth_io_ClassBufferChar1D& table, const std::string& entry
 
 /// Kept: a file that cannot be created is not told; one that ends in the middle is.
 void put_in_place(depth_io::ReplacedFile& file, const std::string& path) {
-  if (!file.content().is_open()) return;
-  if (!file.put_in_place()) print("ERROR failed to write '%s'\n", path.c_str());
+  file.put_in_place();
+  if (file.was_cut_short()) print("ERROR failed to write '%s'\n", path.c_str());
 }
 
 depth_io::ReplacedFile announce_and_open(const std::string& path) {

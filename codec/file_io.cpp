@@ -207,7 +207,10 @@ ReplacedFile::~ReplacedFile() {
 
 bool ReplacedFile::put_in_place() {
   is_finished_ = true;
-  if (content_.close() && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
+  const bool was_begun = content_.is_open();
+  const bool is_whole = content_.close();
+  was_cut_short_ = was_begun && !is_whole;
+  if (is_whole && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
   unlink(temporary_path_.c_str());
   return false;
 }

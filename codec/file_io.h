@@ -114,12 +114,15 @@ class ReplacedFile {
   BufferedFile& content() { return content_; }
   /// True when the file now stands under its name; otherwise nothing is left behind.
   bool put_in_place();
+  /// Whether it could be begun, and not written to its end.
+  bool was_cut_short() const { return was_cut_short_; }
 
  private:
   std::string path_;
   std::string temporary_path_;
   BufferedFile content_;
   bool is_finished_ = false;
+  bool was_cut_short_ = false;
 };
 
 }  // namespace depth_io

@@ -228,21 +228,22 @@ void class_asus_reader::convert_colour(int debug) {
 }
 
 void class_asus_reader::enlarge_colour() {
+  constexpr std::size_t kRowBytes = kWidth * kPixelBytes;
   const XnRGB24Pixel* pixel = imageMD.RGB24Data();
+  unsigned char* out = ColourImage;
   for (int row = 0; row < kHalfHeight; ++row) {
     for (int column = 0; column < kHalfWidth; ++column, ++pixel) {
       tempR[row][column] = pixel->nRed;
       tempG[row][column] = pixel->nGreen;
       tempB[row][column] = pixel->nBlue;
+      for (int copy = 0; copy < 2; ++copy) {
+        *out++ = pixel->nRed;
+        *out++ = pixel->nGreen;
+        *out++ = pixel->nBlue;
+      }
     }
-  }
-  unsigned char* out = ColourImage;
-  for (int row = 0; row < kHeight; ++row) {
-    for (int column = 0; column < kWidth; ++column) {
-      *out++ = tempR[row / 2][column / 2];
-      *out++ = tempG[row / 2][column / 2];
-      *out++ = tempB[row / 2][column / 2];
-    }
+    std::memcpy(out, out - kRowBytes, kRowBytes);
+    out += kRowBytes;
   }
 }
 

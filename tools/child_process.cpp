@@ -89,6 +89,7 @@ bool ChildProcess::write(std::string_view bytes) {
 
 bool ChildProcess::finish() {
   end_input();
+  if (id_ <= 0) return false;
   int status = 0;
   for (;;) {
     const pid_t ended = ::waitpid(id_, &status, 0);

@@ -99,14 +99,23 @@ class ExportRun {
       if (account_.camera) exporter_->describe_camera(*account_.camera);
       go_through(earlier.count);
       account_.complete = through_ == frames_.frames.size();
+      if (!account_.complete) drop_part();
       finish(earlier.count > 0);
       return true;
     } catch (const Failure& failure) {
       progress_.hide();
       write_message("%s", failure.what());
       account_.complete = false;
+      drop_part();
       return false;
     }
+  }
+
+  void drop_part() {
+    if (exporter_ == nullptr || exporter_->keeps_part()) return;
+    account_.counts.written = 0;
+    account_.counts.kept = 0;
+    exported_.clear();
   }
 
   void go_through(std::size_t first) {

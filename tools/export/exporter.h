@@ -66,6 +66,9 @@ class Exporter {
   /// Damaged frames are exported, too, as what is wrong with them.
   virtual bool takes_damaged() const { return false; }
 
+  /// What was exported before the end came too early is of use.
+  virtual bool keeps_part() const { return true; }
+
   /// Makes its folders, or begins its file. Returns with how many frames an earlier run is through
   /// for good: those are not offered. Throws `Failure`.
   virtual EarlierFrames begin() = 0;

@@ -30,6 +30,8 @@ class VideoExporter final : public Exporter {
     if (ffmpeg_ != nullptr) drop();
   }
 
+  bool keeps_part() const override { return false; }
+
   EarlierFrames begin() override {
     if (task_.finished_before && is_up_to_date()) return *task_.finished_before;
     check_replaceable(video());
@@ -76,7 +78,7 @@ class VideoExporter final : public Exporter {
       drop();
       return;
     }
-    if (!ffmpeg_->finish()) fail();
+    if (is_cut_ || !ffmpeg_->finish()) fail();
     ffmpeg_.reset();
     if (std::rename(temporary().c_str(), video().c_str()) != 0) {
       throw Failure("cannot replace '" + video() + "'");
@@ -125,8 +127,9 @@ class VideoExporter final : public Exporter {
   }
 
   void feed(std::string_view bytes) {
-    if (ffmpeg_ == nullptr || interrupted()) return;
-    if (!ffmpeg_->write(bytes) && !interrupted()) fail();
+    if (is_cut_) return;
+    is_cut_ = !ffmpeg_->write(bytes);
+    if (is_cut_ && !interrupted()) fail();
   }
 
   [[noreturn]] void fail() {
@@ -144,6 +147,7 @@ class VideoExporter final : public Exporter {
 
   DepthUnits units_;
   std::unique_ptr<ChildProcess> ffmpeg_;
+  bool is_cut_ = false;  ///< not everything was taken
   std::uint64_t next_time_ = 0;
 };
 

@@ -1,14 +1,12 @@
 #include "tools/catalogue_command.h"
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "catalogue/catalogue.h"
+#include "tools/catalogue_files.h"
 #include "tools/failure.h"
-#include "tools/files.h"
 #include "tools/library_log.h"
 #include "tools/output.h"
 
@@ -21,28 +19,9 @@ struct CatalogueArguments {
   bool verbose = false;
 };
 
-/// The listing does not tell when its files could not be written.
-void check_written(const std::string& directory, int sub_directories) {
-  const std::string path = directory + "/info.txt";
-  const std::string expected = format_text("nb_sub_dir %d\n", sub_directories);
-  constexpr std::size_t kSizeLimit = 4096;
-  if (read_regular_file(path, kSizeLimit) != expected) {
-    throw Failure("'" + path + "' could not be written");
-  }
-}
-
 int list_entries(const CatalogueArguments& arguments) {
-  std::error_code error;
-  if (!std::filesystem::is_directory(arguments.directory, error)) {
-    throw Failure("there is no directory '" + arguments.directory + "'");
-  }
   LibraryLog log(arguments.verbose);
-  const int sub_directories = ListEntriesInDir(arguments.directory.c_str());
-  if (log.key_waits() > 0) {
-    log.show_last_lines();
-    throw Failure("a name in '" + arguments.directory + "' could not be understood");
-  }
-  check_written(arguments.directory, sub_directories);
+  const int sub_directories = write_catalogue(arguments.directory, log);
   if (arguments.json) {
     nlohmann::ordered_json root;
     root["directory"] = arguments.directory;

@@ -16,6 +16,7 @@
 #include "tools/output.h"
 #include "tools/play_command.h"
 #include "tools/record_command.h"
+#include "tools/repair_command.h"
 #include "tools/scripts_command.h"
 #include "tools/verify_command.h"
 #if defined(DEPTHRW_HAS_VIEWER)
@@ -36,6 +37,7 @@ int run_program(int argc, char** argv) {
       add_record_command(program),  add_play_command(program),      add_verify_command(program),
       add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
       add_scripts_command(program), add_summaries_command(program), add_export_command(program),
+      add_repair_command(program),
 #ifdef DEPTHRW_HAS_OPENNI
       add_camera_command(program),
 #endif

@@ -65,6 +65,7 @@ template <typename Work>
 auto call_library(const std::string& what, Work work) {
   Diagnostics said;
   const auto run = [&] {
+    const pybind11::gil_scoped_release unlocked;
     const Listening listening(said);
     return work();
   };

@@ -54,7 +54,7 @@ OniFrame oni_frame(const Frame& frame, long index, unsigned number) {
 
 void make_oni(const std::string& path, const std::string& images, long wanted,
               std::vector<unsigned> numbers) {
-  ImageSource source(images, std::nullopt, true);
+  ImageSource source(images, depth_io::tools::ImageChoice{});
   OniCamera camera;
   camera.has_colour = source.has_colour();
   camera.largest_depth = kLargestDepth;

@@ -145,29 +145,34 @@ TEST_P(DamagedFiles, AreFoundWithTheirFault) {
 INSTANTIATE_TEST_SUITE_P(
     Verify, DamagedFiles,
     testing::Values(
-        DamagedFile{"NotANumber", ".ref",
-                    [](const std::string& t) { return with_word_after(t, "cx", "nan"); },
-                    "has a value of cx that is not finite"},
+        DamagedFile{
+            "NotANumber", ".ref",
+            [](const std::string& file_text) { return with_word_after(file_text, "cx", "nan"); },
+            "has a value of cx that is not finite"},
         DamagedFile{"NoFocalLength", ".ref",
-                    [](const std::string& t) { return with_word_after(t, "a22", "0.000000"); },
+                    [](const std::string& file_text) {
+                      return with_word_after(file_text, "a22", "0.000000");
+                    },
                     "has a focal length a22 of 0"},
         DamagedFile{"FewerLabels", ".ref",
-                    [](const std::string& t) {
-                      return with_word_after(t, "nblabels", "0").substr(0, t.find('\n') + 1);
+                    [](const std::string& file_text) {
+                      return with_word_after(file_text, "nblabels", "0");
                     },
                     "goes on after its end"},
         DamagedFile{"LabelOutOfRange", ".rle",
-                    [](const std::string& t) {
-                      const std::size_t end = t.size() - 2;
-                      return t.substr(0, t.rfind(' ') + 1) + "77" + t.substr(end);
+                    [](const std::string& file_text) {
+                      const std::size_t end = file_text.size() - 2;
+                      return file_text.substr(0, file_text.rfind(' ') + 1) + "77" +
+                             file_text.substr(end);
                     },
                     "has the label 77"},
-        DamagedFile{"RecordsMissing", ".err", [](const std::string& b) { return b.substr(0, 11); },
+        DamagedFile{"RecordsMissing", ".err",
+                    [](const std::string& bytes) { return bytes.substr(0, 11); },
                     "is cut off in its header"},
         DamagedFile{"ImageCutOff", ".jpg",
-                    [](const std::string& b) { return b.substr(0, b.size() - 200); },
+                    [](const std::string& bytes) { return bytes.substr(0, bytes.size() - 200); },
                     "is damaged ("},
-        DamagedFile{"ImageGoesOn", ".jpg", [](const std::string& b) { return b + b; },
+        DamagedFile{"ImageGoesOn", ".jpg", [](const std::string& bytes) { return bytes + bytes; },
                     "goes on after its end"}),
     [](const auto& file) { return file.param.name; });
 

@@ -334,9 +334,8 @@ bool rebuild_rows_left(FrameRead& frame, RowRebuilder& rebuilder) {
 }
 
 /// What follows once labels and references are known.
-bool read_depths(FrameRead& frame, RowRebuilder& rebuilder) {
-  char room[depth_io::kUsualFile];
-  const auto errors = frame.look_into(depth_io::kErrorEnding, room);
+bool read_depths(FrameRead& frame, RowRebuilder& rebuilder,
+                 const std::optional<depth_io::FileBytes>& errors) {
   rebuilder.set_label_count(frame.label_count);
   if (errors) rebuilder.set_exact_codes(errors->bytes());
   frame.trace("DEBUG - load_compressed_data  - 5");
@@ -358,20 +357,25 @@ bool read_depths(FrameRead& frame, RowRebuilder& rebuilder) {
 bool read_frame(FrameRead frame) {
   if (frame.base_name == nullptr || frame.record.Label == nullptr) return false;
   if (frame.traces()) print("DEBUG - load_compressed_data  - 1 '%s'\n", frame.base_name);
-  char room[depth_io::kUsualFile];
+  // The rebuilder completes its rows at the end of its life, out of these files.
+  char label_map_room[depth_io::kUsualFile];
+  char errors_room[depth_io::kUsualFile];
+  std::optional<depth_io::FileBytes> label_map;
+  std::optional<depth_io::FileBytes> errors;
   RowRebuilder rebuilder(frame.record);
   depth_io::pixel_kernels().refill(frame.record.LabelRefZ, depth_io::pixel_count(frame.record),
                                    -1.0F);
   frame.trace("DEBUG - load_compressed_data  - 2 ");
   if (frame.speaks) print("reading compressed data '%s'\n", frame.base_name);
   frame.trace("DEBUG - load_compressed_data  - 3");
-  const auto label_map = frame.open(depth_io::kLabelMapEnding, room);
+  label_map = frame.open(depth_io::kLabelMapEnding, label_map_room);
   if (!label_map) return report_unopened(frame, depth_io::kLabelMapEnding);
   rebuilder.set_labels(label_map->text());
   frame.trace("DEBUG - load_compressed_data  - 4");
   const Loaded references = load_references(frame);
-  if (references == Loaded::kGoOn) return read_depths(frame, rebuilder);
-  return references == Loaded::kNothingMore;
+  if (references != Loaded::kGoOn) return references == Loaded::kNothingMore;
+  errors = frame.look_into(depth_io::kErrorEnding, errors_room);
+  return read_depths(frame, rebuilder, errors);
 }
 
 }  // namespace

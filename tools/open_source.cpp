@@ -48,6 +48,10 @@ void check_source_text(const std::string& text) {
   if (!is_indexed(text) && !is_camera(text)) refuse(text, "--source", kSourceHelp);
 }
 
+void check_indexed_source_text(const std::string& text, const char* option) {
+  if (!is_indexed(text)) refuse(text, option, kIndexedSourceHelp);
+}
+
 std::unique_ptr<FrameSource> open_source(const SourceChoice& choice, LibraryLog& log) {
   if (is_camera(choice.text)) return open_camera(choice, log);
   check_source_text(choice.text);
@@ -55,7 +59,7 @@ std::unique_ptr<FrameSource> open_source(const SourceChoice& choice, LibraryLog&
 }
 
 std::unique_ptr<IndexedSource> open_indexed_source(const SourceChoice& choice) {
-  if (!is_indexed(choice.text)) refuse(choice.text, "the source", kIndexedSourceHelp);
+  check_indexed_source_text(choice.text, "the source");
   if (choice.text == kSynthetic) return std::make_unique<SyntheticSource>(choice.seed);
   const ImageChoice image_choice{choice.scale, choice.with_colour, choice.max_gap,
                                  choice.with_unpaired};

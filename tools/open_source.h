@@ -36,6 +36,9 @@ bool is_camera(const std::string& text);
 /// Throws `UsageFailure` when the text of the option --source names no source.
 void check_source_text(const std::string& text);
 
+/// Throws `UsageFailure` when the text of an option names no source that has an order of its own.
+void check_indexed_source_text(const std::string& text, const char* option);
+
 /// What --help says about sources.
 inline constexpr char kIndexedSourceHelp[] = "synthetic or images:PATH";
 inline constexpr char kSourceHelp[] = "synthetic, images:PATH or openni:CONFIG.xml";

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tools/failure.h"
+#include "tools/open_source.h"
 #include "tools/verify_arguments.h"
 #include "tools/verify_run.h"
 
@@ -26,6 +27,7 @@ FrameSize parse_size(const std::string& text) {
 }
 
 int verify(const VerifyArguments& arguments) {
+  if (!arguments.against.empty()) check_indexed_source_text(arguments.against, "--against");
   if (arguments.in_order && arguments.against.empty()) {
     throw UsageFailure("--in-order belongs to --against");
   }

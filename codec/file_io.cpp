@@ -209,8 +209,9 @@ bool ReplacedFile::put_in_place() {
   is_finished_ = true;
   const bool was_begun = content_.is_open();
   const bool is_whole = content_.close();
-  was_cut_short_ = was_begun && !is_whole;
   if (is_whole && std::rename(temporary_path_.c_str(), path_.c_str()) == 0) return true;
+  // A directory of its name stands for a file that could not even be begun.
+  was_cut_short_ = was_begun && (!is_whole || errno != EISDIR);
   unlink(temporary_path_.c_str());
   return false;
 }

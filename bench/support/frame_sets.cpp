@@ -44,7 +44,7 @@ bool has_real_frames(const std::string& name) {
 }
 
 FrameSet real_frames(const std::string& name, std::size_t most) {
-  tools::ImageSource source(real_frames_directory(name), std::nullopt, true);
+  tools::ImageSource source(real_frames_directory(name), {});
   const auto available = static_cast<std::size_t>(source.frame_count().value_or(0));
   const std::size_t count = std::min(most, available);
   FrameSet set{name, std::vector<Frame>(count)};

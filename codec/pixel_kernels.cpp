@@ -28,7 +28,8 @@ namespace depth_io::portable {
 /// A bit for each lane of a mask.
 inline unsigned bits_of(const Ints& mask) {
   unsigned bits = 0;
-  for (int lane = 0; lane < kLanes; ++lane) bits |= (static_cast<unsigned>(mask[lane]) & 1U) << lane;
+  for (int lane = 0; lane < kLanes; ++lane)
+    bits |= (static_cast<unsigned>(mask[lane]) & 1U) << lane;
   return bits;
 }
 

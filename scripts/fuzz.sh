@@ -32,7 +32,7 @@ touch "$output/begin"
 
 run_target() {
   local target=$1
-  local work=$output/work/$target findings=$output/findings/$target
+  local work=$output/corpora/$target findings=$output/findings/$target
   mkdir -p "$work" "$findings"
   local options=(-max_total_time="$seconds" -timeout=20 -rss_limit_mb=3072 -print_final_stats=1
     -artifact_prefix="$findings/")

@@ -23,8 +23,8 @@ struct ViewerSettings {
   std::string export_program;  ///< that makes them
 };
 
-/// Serves a recording to the page; docs/viewer.md lists what it answers. Everything below /api needs
-/// the token of the page's address. Errors are 4xx with {"error": "a sentence"}.
+/// Serves a recording to the page; docs/viewer.md lists what it answers. Everything below /api
+/// needs the token of the page's address. Errors are 4xx with {"error": "a sentence"}.
 class ViewerServer {
  public:
   /// Opens the recording and takes the port. Throws `Failure`.

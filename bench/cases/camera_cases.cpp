@@ -5,9 +5,9 @@
 #include <string>
 
 #include "bench/cases/cases.h"
-#include "bench/cases/goals.h"
 #include "bench/support/frame_sets.h"
 #include "bench/support/interleaved.h"
+#include "bench/support/rows.h"
 #include "bench/support/scratch.h"
 #include "camera/asus_reader.h"
 #include "codec/console.h"
@@ -154,25 +154,19 @@ const Measurements& results() {
   return measured;
 }
 
-benchmark::internal::Benchmark* once(benchmark::internal::Benchmark* row) {
-  return row->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-}
-
 void register_operation(const std::string& operation) {
-  once(benchmark::RegisterBenchmark(("camera/" + operation).c_str(),
-                                    [operation](benchmark::State& state) {
-                                      for (auto _ : state)
-                                        state.SetIterationTime(results().seconds(operation));
-                                    }));
+  register_row("camera/" + operation,
+               [operation](benchmark::State&) { return results().seconds(operation); });
 }
 
 /// What the reader takes beyond the bare calls, printing included.
-void register_conversion(const char* name, const char* reader, const char* bare, const Goal& goal) {
-  once(benchmark::RegisterBenchmark(name, [=](benchmark::State& state) {
+void register_conversion(const std::string& name, const char* reader, const char* bare,
+                         const Goal& goal) {
+  register_row(name, [=](benchmark::State& state) {
     const double seconds = results().difference(reader, bare);
-    for (auto _ : state) state.SetIterationTime(seconds);
     report_goal(state, 1000 * seconds, goal);
-  }));
+    return seconds;
+  });
 }
 
 }  // namespace
@@ -183,13 +177,11 @@ void register_camera_cases() {
     register_operation(operation);
   }
   constexpr Goal kConversion{0.15, 0.1};
-  static const std::string goal =
-      std::string(kGoalPrefix) + "camera: reader - bare wait, milliseconds";
-  static const std::string comparison =
-      std::string(kCompareWithPrefix) +
-      "camera: reader - bare wait, colour 320 x 240, milliseconds";
-  register_conversion(goal.c_str(), kReader, kBareWait, kConversion);
-  register_conversion(comparison.c_str(), kReaderOfHalfColour, kBareWaitOfHalfColour, kConversion);
+  register_conversion(std::string(kGoalPrefix) + "camera: reader - bare wait, milliseconds",
+                      kReader, kBareWait, kConversion);
+  register_conversion(std::string(kCompareWithPrefix) +
+                          "camera: reader - bare wait, colour 320 x 240, milliseconds",
+                      kReaderOfHalfColour, kBareWaitOfHalfColour, kConversion);
 }
 
 }  // namespace depth_io::bench

@@ -28,6 +28,19 @@ inline constexpr std::array<float, kLargestCode + 1> kCodeOffsets = [] {
   return offsets;
 }();
 
+/// The length of a code's step in two parts, metres. The product of a code and the first, of few
+/// bits, is exact, and the sum of both products is, for every code, what dividing it by the steps
+/// per metre gives, in fewer cycles.
+inline constexpr float kStepLength = 0x1.47aep-7F;
+inline constexpr float kStepLengthRest = 0x1.47ae14p-27F;
+static_assert([] {
+  for (int code = 0; code <= kLargestCode; ++code) {
+    const auto steps = static_cast<float>(code);
+    if (steps * kStepLength + steps * kStepLengthRest != steps / kCodesPerMetre) return false;
+  }
+  return true;
+}());
+
 /// How far a pixel's code may be from its depth, metres: half a step, and what rounding adds.
 inline constexpr float kCodeTolerance = 0.005001F;
 

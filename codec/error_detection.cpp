@@ -116,6 +116,8 @@ void ErrorFinder::take_row(const unsigned char* read) {
   prefetch(record_.Encode + next_row, width * sizeof(int));
   prefetch_to_write(record_.ErrorMap + next_row, width);
   for (std::size_t column = 0; column < width;) {
+    column += take_strange_pixels(width - column);
+    if (column == width) break;
     if (left_in_run_ == 0) left_in_run_ = static_cast<std::size_t>(record_.RLE_Nb[run_]);
     const std::size_t count = std::min(left_in_run_, width - column);
     take_run(record_.RLE_Val[run_], pixel_, count, read + column);
@@ -124,6 +126,19 @@ void ErrorFinder::take_row(const unsigned char* read) {
     left_in_run_ -= count;
     if (left_in_run_ == 0) ++run_;
   }
+}
+
+/// Runs of a single pixel whose reference is no number stand side by side mostly. Returns how many
+/// there were, of so many pixels at most.
+std::size_t ErrorFinder::take_strange_pixels(std::size_t most) {
+  std::size_t count = 0;
+  for (; left_in_run_ == 0 && count < most && record_.RLE_Nb[run_] == 1; ++count, ++run_) {
+    if (std::isfinite(record_.LabelRefZ[record_.RLE_Val[run_]])) break;
+    record_.ErrorMap[pixel_ + count] = false;
+  }
+  has_strange_labels_ = has_strange_labels_ || count > 0;
+  pixel_ += count;
+  return count;
 }
 
 void ErrorFinder::take_run(int label, std::size_t first, std::size_t count,
@@ -178,7 +193,10 @@ void ErrorFinder::look_at_strange_labels() {
   for (int run = 0; run < record_.RLE_NbNb; ++run) {
     const float reference = record_.LabelRefZ[record_.RLE_Val[run]];
     const std::size_t end = pixel + static_cast<std::size_t>(record_.RLE_Nb[run]);
-    if (!std::isfinite(reference)) {
+    if (std::isnan(reference)) {
+      // No difference from it is too large.
+      for (std::size_t i = pixel; i < end; ++i) GetCompressionErrorThreshold(reference);
+    } else if (!std::isfinite(reference)) {
       for (std::size_t i = pixel; i < end; ++i) {
         flag(record_.ErrorMap[i],
              is_moved(record_.Encode[i], record_.EncodeUC2[kBytesPerPixel * i], reference));

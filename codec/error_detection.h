@@ -1,5 +1,7 @@
 #pragma once
 
+#include <emmintrin.h>
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -10,16 +12,28 @@
 
 namespace depth_io {
 
+/// 64 flags, the first of them in the lowest bit.
+inline std::uint64_t flags_as_bits(const bool* flags) {
+  std::uint64_t bits = 0;
+  for (unsigned part = 0; part < 4; ++part) {
+    __m128i bytes;
+    std::memcpy(&bytes, flags + std::size_t{16} * part, sizeof bytes);
+    const auto set =
+        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(bytes, _mm_setzero_si128())));
+    bits |= std::uint64_t{set} << (16U * part);
+  }
+  return bits;
+}
+
 /// Calls `visit(index)` for each flag that is set, in order.
 template <typename Visit>
 void for_each_flag(const bool* flags, std::size_t count, Visit visit) {
   static_assert(sizeof(bool) == 1);
+  constexpr std::size_t kAtOnce = 64;
   std::size_t first = 0;
-  for (; first + sizeof(std::uint64_t) <= count; first += sizeof(std::uint64_t)) {
-    std::uint64_t eight;
-    std::memcpy(&eight, flags + first, sizeof eight);
-    for (; eight != 0; eight &= eight - 1) {
-      visit(first + static_cast<std::size_t>(std::countr_zero(eight)) / 8);
+  for (; first + kAtOnce <= count; first += kAtOnce) {
+    for (std::uint64_t set = flags_as_bits(flags + first); set != 0; set &= set - 1) {
+      visit(first + static_cast<std::size_t>(std::countr_zero(set)));
     }
   }
   for (; first < count; ++first) {
@@ -71,6 +85,7 @@ class ErrorFinder {
   };
   static constexpr std::size_t kKnownLabels = 64;
 
+  std::size_t take_strange_pixels(std::size_t most);
   void take_run(int label, std::size_t first, std::size_t count, const unsigned char* read);
   void flag(bool& flag, bool is_error);
   const LabelTolerance& tolerance_of(int label);

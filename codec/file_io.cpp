@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -106,6 +108,21 @@ std::FILE* open_regular_file(const char* path) {
 
 bool is_missing(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
 
+namespace {
+
+/// The decimal digits of a number below 10^8, the first in the lowest byte: all at once, for the
+/// label maps of some frames are very long.
+std::uint64_t eight_digits(std::uint32_t number) {
+  // Two numbers of four digits, each then parted into two of two and these into two of one.
+  const std::uint64_t fours = number / 10000U | std::uint64_t{number % 10000U} << 32U;
+  const std::uint64_t hundreds = (fours * 10486U >> 20U) & 0x0000007F0000007FU;
+  const std::uint64_t twos = hundreds | (fours - 100U * hundreds) << 16U;
+  const std::uint64_t tens = (twos * 103U >> 10U) & 0x000F000F000F000FU;
+  return tens | (twos - 10U * tens) << 8U;
+}
+
+}  // namespace
+
 OutputFile::OutputFile(const char* path)
     : descriptor_(
           open_above_standard(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK)),
@@ -166,8 +183,17 @@ void BufferedFile::write_line(int first, int second) {
 
 /// There is room for it.
 void BufferedFile::put_int(int number) {
+  constexpr int kLeastOfNineDigits = 100000000;
   if (number >= 0 && number < 10) {
     buffer_[used_++] = static_cast<char>('0' + number);
+    return;
+  }
+  if (number >= 0 && number < kLeastOfNineDigits) {
+    const std::uint64_t digits = eight_digits(static_cast<std::uint32_t>(number));
+    const auto leading_zeros = static_cast<unsigned>(std::countr_zero(digits)) / 8U;
+    const std::uint64_t text = (digits | 0x3030303030303030U) >> (8U * leading_zeros);
+    std::memcpy(buffer_ + used_, &text, sizeof text);
+    used_ += sizeof text - leading_zeros;
     return;
   }
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_, number);
@@ -175,12 +201,24 @@ void BufferedFile::put_int(int number) {
 }
 
 void BufferedFile::write_fixed(float number) {
+  make_room(kLongestFixed);
+  put_fixed(number);
+}
+
+void BufferedFile::write_fixed_line(float number) {
+  make_room(kLongestFixed + 1);
+  put_fixed(number);
+  buffer_[used_++] = '\n';
+}
+
+/// There is room for it.
+void BufferedFile::put_fixed(float number) {
   if (std::isnan(number)) {
-    write(std::signbit(number) ? "-nan" : "nan");
+    buffer_[used_] = '-';
+    used_ += std::signbit(number) ? 1 : 0;
+    for (const char letter : {'n', 'a', 'n'}) buffer_[used_++] = letter;
     return;
   }
-  constexpr std::size_t kLongest = 64;
-  make_room(kLongest);
   const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_,
                                  static_cast<double>(number), std::chars_format::fixed, 6);
   used_ = static_cast<std::size_t>(end.ptr - buffer_);

@@ -79,12 +79,20 @@ class BufferedFile {
     make_room(bytes.size());
     for (const int byte : bytes) buffer_[used_++] = static_cast<char>(byte);
   }
+  /// Room for so many bytes, fewer than the buffer has, to put them there oneself; `use_room_to`
+  /// tells where they end.
+  char* room_for(std::size_t size) {
+    make_room(size);
+    return buffer_ + used_;
+  }
+  void use_room_to(const char* end) { used_ = static_cast<std::size_t>(end - buffer_); }
   void write_int(int number);
   /// A number, or two with a blank between them, and a line end.
   void write_line(int number);
   void write_line(int first, int second);
-  /// Six decimals, as "%f".
+  /// Six decimals, as "%f"; with a line end.
   void write_fixed(float number);
+  void write_fixed_line(float number);
   /// Writes out what is buffered and closes; true when all of it reached the file.
   bool close();
 
@@ -95,7 +103,9 @@ class BufferedFile {
   void flush();
 
   static constexpr std::size_t kLongestInt = 11;
+  static constexpr std::size_t kLongestFixed = 64;
   void put_int(int number);
+  void put_fixed(float number);
 
   OutputFile file_;
   std::size_t used_ = 0;

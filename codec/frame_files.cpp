@@ -43,11 +43,16 @@ bool write_records(BufferedFile& file, const struct_read_write_depth& record) {
   bool all_valid = true;
   for (int region = 0; region < kRegionCount; ++region) {
     for_each_row(record, region, [&](int row, std::size_t first_pixel, std::size_t columns) {
+      const int* const codes = record.Encode + first_pixel;
+      char* out = file.room_for(ErrorFileParser::kRecordSize * columns);
       for_each_flag(record.ErrorMap + first_pixel, columns, [&](std::size_t column) {
-        const int code = record.Encode[first_pixel + column];
-        all_valid = all_valid && is_valid_code(code);
-        if (all_valid) file.write_bytes({row, static_cast<int>(column), code});
+        all_valid = all_valid && is_valid_code(codes[column]);
+        if (!all_valid) return;
+        *out++ = static_cast<char>(row);
+        *out++ = static_cast<char>(column);
+        *out++ = static_cast<char>(codes[column]);
       });
+      file.use_room_to(out);
     });
   }
   return all_valid;
@@ -89,8 +94,7 @@ bool write_reference_file(const char* path, const Intrinsics& intrinsics,
   file.write_fixed(intrinsics.cy);
   file.write("\n");
   for (const float reference : references) {
-    file.write_fixed(reference);
-    file.write("\n");
+    file.write_fixed_line(reference);
   }
   return file.close();
 }
@@ -163,6 +167,7 @@ ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth&
   const auto most_labels = static_cast<int>(pixel_count(record));
   label_count = std::min(parser.integer().value_or(0), most_labels);
   if (label_count < 1) return ReferenceOutcome::kNoLabels;
+  std::fill_n(record.LabelRefZ, label_count, kNoReference);
   if (!parse_named_real(parser, "a11", record.loaded_a11)) return ReferenceOutcome::kBadA11Word;
   if (!parse_named_real(parser, "a22", record.loaded_a22)) return ReferenceOutcome::kBadA22Word;
   if (!parse_named_real(parser, "cx", record.loaded_cx)) return ReferenceOutcome::kBadCxWord;
@@ -213,11 +218,13 @@ void ErrorRows::put_next_row(int* exact_codes, int width) {
   if (down >= kRegionsDown) return;
   for (int across = 0; across < kRegionsAcross; ++across) {
     std::span<const unsigned char>& records = left_in_[down * kRegionsAcross + across];
-    while (!records.empty() && records[0] == row_in_region) {
-      const int column = records[1] + kRegionSize * across;
-      if (column < width) exact_codes[column] = records[2];
-      records = records.subspan(ErrorFileParser::kRecordSize);
+    const unsigned char* record = records.data();
+    const unsigned char* const end = record + records.size();
+    for (; record != end && record[0] == row_in_region; record += ErrorFileParser::kRecordSize) {
+      const int column = record[1] + kRegionSize * across;
+      if (column < width) exact_codes[column] = record[2];
     }
+    records = {record, end};
   }
 }
 

@@ -83,7 +83,8 @@ enum class ReferenceOutcome {
 };
 
 /// Fills the record's intrinsics and reference depths and sets `label_count`, at most the number of
-/// pixels; what stands before a wrong word is kept.
+/// pixels; what stands before a wrong word is kept. A reference depth that cannot be read, and each
+/// behind it, is `kNoReference`.
 ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth& record,
                                  int& label_count);
 

@@ -6,6 +6,9 @@ namespace depth_io {
 /// Depth code: `(kHalfWindow + (depth - reference)) * kCodesPerMetre`, an 8-bit number.
 inline constexpr float kHalfWindow = 1.25F;
 inline constexpr float kCodesPerMetre = 100.0F;
+
+/// Stands in the places of the reference depths that no label has.
+inline constexpr float kNoReference = -1.0F;
 inline constexpr int kLargestCode = 255;
 /// Code of the pixel that gives a label its reference depth.
 inline constexpr int kReferenceCode = 125;

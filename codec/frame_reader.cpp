@@ -16,6 +16,7 @@
 #include "codec/jpeg_rows.h"
 #include "codec/pixel_kernels.h"
 #include "codec/prefetch.h"
+#include "codec/unused_references.h"
 
 using depth_io::PathText;
 using depth_io::print;
@@ -83,7 +84,8 @@ struct FrameRead {
 /// before for them.
 class RowRebuilder {
  public:
-  explicit RowRebuilder(struct_read_write_depth& record) : record_(record) {}
+  explicit RowRebuilder(struct_read_write_depth& record)
+      : record_(record), unused_references_(record) {}
   ~RowRebuilder() {
     while (row_ < record_.height) pass_over_row();
   }
@@ -95,7 +97,10 @@ class RowRebuilder {
       runs_.emplace(label_map, depth_io::pixel_count(record_));
     }
   }
-  void set_label_count(int count) { label_count_ = count; }
+  void set_label_count(int count) {
+    label_count_ = count;
+    unused_references_.keep_first(count);
+  }
   void set_exact_codes(std::span<const unsigned char> error_file) {
     error_file_ = error_file;
     errors_.emplace(error_file);
@@ -116,6 +121,7 @@ class RowRebuilder {
     } else {
       rebuild_depths(codes);
     }
+    unused_references_.clear_row();
     ++row_;
   }
 
@@ -208,13 +214,14 @@ class RowRebuilder {
         kernels.rebuild_pixels(
             {codes + column, record_.ErrorCorrect + pixel, record_.LoadedDepth + pixel,
              record_.LoadedMapX + pixel, record_.LoadedMapY + pixel},
-            count, record_.LabelRefZ[label], static_cast<int>(column), geometry);
+            count, width() - column, record_.LabelRefZ[label], static_cast<int>(column), geometry);
       }
       column += count;
     }
   }
 
   struct_read_write_depth& record_;
+  depth_io::UnusedReferences unused_references_;
   std::optional<depth_io::LabelRuns> runs_;
   std::optional<depth_io::ErrorRows> errors_;
   std::span<const unsigned char> error_file_;
@@ -336,7 +343,6 @@ bool rebuild_rows_left(FrameRead& frame, RowRebuilder& rebuilder) {
 /// What follows once labels and references are known.
 bool read_depths(FrameRead& frame, RowRebuilder& rebuilder,
                  const std::optional<depth_io::FileBytes>& errors) {
-  rebuilder.set_label_count(frame.label_count);
   if (errors) rebuilder.set_exact_codes(errors->bytes());
   frame.trace("DEBUG - load_compressed_data  - 5");
   if (!load_code_image(frame, rebuilder)) return false;
@@ -363,8 +369,6 @@ bool read_frame(FrameRead frame) {
   std::optional<depth_io::FileBytes> label_map;
   std::optional<depth_io::FileBytes> errors;
   RowRebuilder rebuilder(frame.record);
-  depth_io::pixel_kernels().refill(frame.record.LabelRefZ, depth_io::pixel_count(frame.record),
-                                   -1.0F);
   frame.trace("DEBUG - load_compressed_data  - 2 ");
   if (frame.speaks) print("reading compressed data '%s'\n", frame.base_name);
   frame.trace("DEBUG - load_compressed_data  - 3");
@@ -373,6 +377,7 @@ bool read_frame(FrameRead frame) {
   rebuilder.set_labels(label_map->text());
   frame.trace("DEBUG - load_compressed_data  - 4");
   const Loaded references = load_references(frame);
+  rebuilder.set_label_count(frame.label_count);
   if (references != Loaded::kGoOn) return references == Loaded::kNothingMore;
   errors = frame.look_into(depth_io::kErrorEnding, errors_room);
   return read_depths(frame, rebuilder, errors);

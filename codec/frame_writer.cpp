@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 
 #include "codec/console.h"
 #include "codec/error_detection.h"
@@ -13,6 +14,7 @@
 #include "codec/pixel_kernels.h"
 #include "codec/prefetch.h"
 #include "codec/run_length.h"
+#include "codec/unused_references.h"
 
 using depth_io::PathText;
 using depth_io::print;
@@ -25,6 +27,35 @@ namespace {
 constexpr int kBytesPerPixel = 3;
 /// Frames of the cameras are 640 pixels wide; rows up to this width are made in a buffer.
 constexpr int kWidestRow = 4096;
+
+/// Clears what a frame before has left behind the labels and in the error map, row by row beside
+/// work that leaves the memory idle, and the rows left at the end of its life. Labels and codes are
+/// written for every pixel anyway, also when labelling fails.
+class ClearedRows {
+ public:
+  explicit ClearedRows(struct_read_write_depth& record) : record_(record), references_(record) {}
+  ~ClearedRows() { clear_all(); }
+  ClearedRows(const ClearedRows&) = delete;
+  ClearedRows& operator=(const ClearedRows&) = delete;
+
+  void keep_references(int count) { references_.keep_first(count); }
+  void clear_row() {
+    const auto width = static_cast<std::size_t>(record_.width);
+    bool* const flags = record_.ErrorMap + static_cast<std::size_t>(row_) * width;
+    depth_io::prefetch_to_write(flags + width, width);
+    std::fill_n(flags, width, false);
+    references_.clear_row();
+    ++row_;
+  }
+  void clear_all() {
+    while (row_ < record_.height) clear_row();
+  }
+
+ private:
+  struct_read_write_depth& record_;
+  depth_io::UnusedReferences references_;
+  int row_ = 0;
+};
 
 /// What is to be written, and what is known of it so far.
 struct FrameWrite {
@@ -43,6 +74,7 @@ struct FrameWrite {
   PathText depth_name{depth_io::kWriterNameSize};
   PathText colour_name{depth_io::kWriterNameSize};
   std::size_t base_length = 0;
+  std::optional<ClearedRows> cleared = {};
   int label_count = 0;
   int error_count = 0;
   depth_io::RegionCounts region_counts = {};
@@ -113,16 +145,14 @@ void announce(const FrameWrite& frame) {
 
 void clear_record(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - init");
-  struct_read_write_depth& record = frame.record;
-  const std::size_t pixels = depth_io::pixel_count(record);
-  // Labels and codes are written for every pixel, also when labelling fails.
-  depth_io::pixel_kernels().refill(record.LabelRefZ, pixels, -1.0F);
-  std::fill_n(record.ErrorMap, pixels, false);
+  frame.cleared.emplace(frame.record);
 }
 
 bool label_pixels(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - label ref");
-  return depth_io::label_pixels(frame.record, frame.depth, frame.label_count);
+  const bool labelled = depth_io::label_pixels(frame.record, frame.depth, frame.label_count);
+  frame.cleared->keep_references(frame.label_count);
+  return labelled;
 }
 
 bool store_label_map(FrameWrite& frame) {
@@ -149,6 +179,7 @@ bool store_references(FrameWrite& frame) {
 /// Makes the code image row by row, as the encoder takes it.
 struct CodeRows {
   struct_read_write_depth& record;
+  ClearedRows& cleared;
   int made = 0;
   unsigned char grey[kWidestRow] = {};
 
@@ -163,6 +194,7 @@ struct CodeRows {
                                 kBytesPerPixel * width);
     depth_io::pixel_kernels().expand_codes(record.Encode + first, width,
                                            record.EncodeUC + kBytesPerPixel * first, grey);
+    cleared.clear_row();
     ++made;
     return grey;
   }
@@ -183,9 +215,10 @@ bool write_wide_code_image(struct_read_write_depth& record, char* name) {
                                       depth_io::kJpegQuality);
 }
 
-bool write_code_image(struct_read_write_depth& record, char* name) {
+bool write_code_image(FrameWrite& frame, char* name) {
+  struct_read_write_depth& record = frame.record;
   if (record.width > kWidestRow) return write_wide_code_image(record, name);
-  CodeRows rows{record};
+  CodeRows rows{record, *frame.cleared};
   const bool written = depth_io::write_grey_jpeg_file(
       name, record.width, record.height, depth_io::kJpegQuality, {CodeRows::row_of, &rows});
   rows.make_all();
@@ -197,7 +230,9 @@ bool store_code_image(FrameWrite& frame) {
   struct_read_write_depth& record = frame.record;
   char* const name = frame.name_with(depth_io::kJpegEnding);
   if (frame.traces()) print(" - DEBUG - write_compressed_data - jpg saving '%s'\n", name);
-  if (!write_code_image(record, name)) {
+  const bool written = write_code_image(frame, name);
+  frame.cleared->clear_all();
+  if (!written) {
     print("write_compressed_data - liblinjpeg - failed to save encode jpeg '%s' %d x %d\n", name,
           record.width, record.height);
     return false;

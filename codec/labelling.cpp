@@ -25,14 +25,14 @@ std::size_t bucket_of(double cell, std::size_t bucket_count) {
 
 }  // namespace
 
-LabelTable::LabelTable(float* references, int capacity)
-    : references_(references), capacity_(capacity) {
+LabelTable::LabelTable(float* references, int capacity, int& count)
+    : references_(references), capacity_(capacity), count_(count) {
+  count_ = 0;
   sure_[0] = {.low = 1.0F, .high = 0.0F, .reference = 0.0F, .label = -1};
 }
 
 int LabelTable::add(float depth) {
-  const int label = count_++;
-  references_[label] = depth;
+  const int label = add_unfit(depth);
   if (!std::isfinite(depth)) return label;
   if (sure_count_ < kSearchedInOrder) {
     sure_[sure_count_] = find_sure_interval(label);

@@ -11,8 +11,8 @@ namespace depth_io {
 /// that fits a depth: exactly the lowest label, whatever their number.
 class LabelTable {
  public:
-  /// Keeps the references in the caller's array of `capacity` floats.
-  LabelTable(float* references, int capacity);
+  /// Keeps the references in the caller's array of `capacity` floats, and their number in `count`.
+  LabelTable(float* references, int capacity, int& count);
 
   int count() const { return count_; }
   float reference(int label) const { return references_[label]; }
@@ -26,6 +26,12 @@ class LabelTable {
 
   /// Opens a label with reference `depth` and returns it.
   int add(float depth);
+
+  /// The same for a depth that is no number: no other fits its label.
+  int add_unfit(float depth) {
+    references_[count_] = depth;
+    return count_++;
+  }
 
   /// Labels that can be told without a search; the label found or opened last is tried first.
   LabelIntervals sure_intervals() const { return {sure_, sure_count_, sure_last_}; }
@@ -42,7 +48,7 @@ class LabelTable {
 
   float* references_;
   int capacity_;
-  int count_ = 0;
+  int& count_;
   int sure_count_ = 0;
   int sure_last_ = 0;
   LabelInterval sure_[kSearchedInOrder];

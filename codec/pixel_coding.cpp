@@ -91,6 +91,17 @@ void code_at_once(struct_read_write_depth& record, const float* depth_map, const
                                   intervals, record.Label + next, record.Encode + next);
 }
 
+/// Gives each pixel from `next` on whose depth is no number a label of its own, as far as they
+/// stand side by side.
+void code_unfit(struct_read_write_depth& record, const float* depth_map, LabelTable& labels,
+                std::size_t& next, std::size_t pixels) {
+  for (; next < pixels && std::isnan(depth_map[next]) && record.write_MapObject[next] >= 0;
+       ++next) {
+    record.Label[next] = labels.add_unfit(depth_map[next]);
+    record.Encode[next] = kReferenceCode;
+  }
+}
+
 void leave_uncoded(struct_read_write_depth& record, std::size_t first) {
   std::fill(record.Label + first, record.Label + pixel_count(record), -1);
   std::fill(record.Encode + first, record.Encode + pixel_count(record), 0);
@@ -98,16 +109,15 @@ void leave_uncoded(struct_read_write_depth& record, std::size_t first) {
 
 bool label_all_pixels(struct_read_write_depth& record, const float* depth_map, int& label_count) {
   const std::size_t pixels = pixel_count(record);
-  LabelTable labels(record.LabelRefZ, static_cast<int>(pixels));
+  LabelTable labels(record.LabelRefZ, static_cast<int>(pixels), label_count);
   for (std::size_t next = 0; next < pixels;) {
-    // What is no number opens a label, and is mostly not alone.
-    if (!std::isnan(depth_map[next])) code_at_once(record, depth_map, labels, next, pixels);
+    code_unfit(record, depth_map, labels, next, pixels);
+    code_at_once(record, depth_map, labels, next, pixels);
     const std::size_t end = std::min(next + kCodedBlock, pixels);
     if (code_one_by_one(record, depth_map, labels, next, end)) continue;
     leave_uncoded(record, next);
     return false;
   }
-  label_count = labels.count();
   return true;
 }
 

@@ -33,14 +33,38 @@ inline unsigned bits_of(const Ints& mask) {
   return bits;
 }
 
+inline Ints widened(const unsigned char* bytes) {
+  Ints wide;
+  for (int lane = 0; lane < kLanes; ++lane) wide[lane] = bytes[lane];
+  return wide;
+}
+
+/// The first values, but the second ones where those are negative.
+inline Ints unless_negative(const Ints& first, const Ints& second) {
+  return first >= 0 ? first : second;
+}
+
+/// Not-a-number stays what it is.
+inline Floats clamp_depths(const Floats& z) {
+  const Floats not_below = z < kSmallestDepth ? Floats{} + kSmallestDepth : z;
+  return not_below > kLargestDepth ? Floats{} + kLargestDepth : not_below;
+}
+
 #include "codec/pixel_loops.inc"
+
+inline void rebuild_pixels(const RowPixels& row, std::size_t count, std::size_t room,
+                           float reference, int column, const RowGeometry& geometry) {
+  rebuild_with(row, count, room, reference, column, geometry,
+               [](const Floats& dividend, float divisor, float) { return dividend / divisor; });
+}
+
 }  // namespace depth_io::portable
 
 #ifdef __clang__
-#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+#pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
 #else
 #pragma GCC push_options
-#pragma GCC target("avx2")
+#pragma GCC target("avx2,fma")
 #endif
 namespace depth_io::avx2 {
 
@@ -48,7 +72,53 @@ inline unsigned bits_of(const Ints& mask) {
   return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<const __m256&>(mask)));
 }
 
+inline Ints widened(const unsigned char* bytes) {
+  const __m256i wide =
+      _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes)));
+  return std::bit_cast<Ints>(wide);
+}
+
+inline Ints unless_negative(const Ints& first, const Ints& second) {
+  const auto sign = std::bit_cast<__m256>(first);
+  return std::bit_cast<Ints>(_mm256_blendv_ps(sign, std::bit_cast<__m256>(second), sign));
+}
+
+inline Floats clamp_depths(const Floats& z) {
+  // Where one operand is no number, or both are 0, these give the second one.
+  const __m256 not_below = _mm256_max_ps(_mm256_set1_ps(kSmallestDepth), std::bit_cast<__m256>(z));
+  return std::bit_cast<Floats>(_mm256_min_ps(_mm256_set1_ps(kLargestDepth), not_below));
+}
+
 #include "codec/pixel_loops.inc"
+
+/// The correctly rounded quotient out of the divisor's correctly rounded reciprocal, in half the
+/// time of a division: the first correction leaves less than one unit in the last place, whose
+/// remainder is exact, and the second rounds as the division does. Not for numbers so small that
+/// remainders underflow.
+inline Floats quotient(const Floats& dividend, float divisor, float reciprocal) {
+  const auto n = std::bit_cast<__m256>(dividend);
+  const __m256 d = _mm256_set1_ps(divisor);
+  const __m256 r = _mm256_set1_ps(reciprocal);
+  __m256 q = _mm256_mul_ps(n, r);
+  q = _mm256_fmadd_ps(_mm256_fnmadd_ps(q, d, n), r, q);
+  q = _mm256_fmadd_ps(_mm256_fnmadd_ps(q, d, n), r, q);
+  // The sums above lose the sign of a zero; the divisor is positive.
+  q = _mm256_or_ps(q, _mm256_and_ps(n, _mm256_set1_ps(-0.0F)));
+  return std::bit_cast<Floats>(q);
+}
+
+inline void rebuild_pixels(const RowPixels& row, std::size_t count, std::size_t room,
+                           float reference, int column, const RowGeometry& geometry) {
+  if (geometry.is_moderate && is_moderate(reference)) {
+    rebuild_with(row, count, room, reference, column, geometry,
+                 [](const Floats& dividend, float divisor, float reciprocal) {
+                   return quotient(dividend, divisor, reciprocal);
+                 });
+  } else {
+    rebuild_with(row, count, room, reference, column, geometry,
+                 [](const Floats& dividend, float divisor, float) { return dividend / divisor; });
+  }
+}
 
 // Bytes are moved about by shuffles, which no compiler makes of the plain loops.
 
@@ -186,6 +256,22 @@ inline int flag_moved_at_once(const int* codes, const unsigned char* read, std::
 
 namespace depth_io {
 
+bool is_moderate(float value) {
+  constexpr float kSmall = 0x1p-20F;
+  constexpr float kLarge = 0x1p20F;
+  return value == 0.0F || (std::fabs(value) >= kSmall && std::fabs(value) <= kLarge);
+}
+
+RowGeometry::RowGeometry(float row_less_cx, float focal_11, float focal_22, float column_origin)
+    : x(row_less_cx),
+      a11(focal_11),
+      a22(focal_22),
+      cy(column_origin),
+      reciprocal_a11(1.0F / focal_11),
+      reciprocal_a22(1.0F / focal_22),
+      is_moderate(depth_io::is_moderate(x) && depth_io::is_moderate(cy) && a11 > 0.0F &&
+                  depth_io::is_moderate(a11) && a22 > 0.0F && depth_io::is_moderate(a22)) {}
+
 const PixelKernels& portable_pixel_kernels() {
   using namespace portable;
   static constexpr PixelKernels kKernels{code_pixels, expand_codes,   expand_grey, run_length,
@@ -198,7 +284,8 @@ const PixelKernels& pixel_kernels() {
   static constexpr PixelKernels kKernels{code_pixels, shuffle_codes,      shuffle_grey,
                                          run_length,  flag_moved_at_once, rebuild_pixels,
                                          refill,      mark_motion};
-  static const bool has_avx2 = __builtin_cpu_supports("avx2") != 0;
+  static const bool has_avx2 =
+      __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
   return has_avx2 ? kKernels : portable_pixel_kernels();
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 /// The loops over all pixels of a frame. Each is one piece of source, built for every x86-64
-/// processor and, for the wider vectors, for those with AVX2; both give the same bits.
+/// processor and, for the wider vectors, for those with AVX2 and FMA; both give the same bits.
 namespace depth_io {
 
 /// Depths that a label is sure to be the first to fit: its window without those of the labels
@@ -55,7 +56,16 @@ struct RowGeometry {
   float a11;
   float a22;
   float cy;
+  float reciprocal_a11;
+  float reciprocal_a22;
+  /// Products with depths are neither so small nor so large that dividing them is a special case.
+  bool is_moderate;
+
+  RowGeometry(float row_less_cx, float focal_11, float focal_22, float column_origin);
 };
+
+/// Whether a value is 0, or of a size that real cameras come nowhere near the ends of.
+bool is_moderate(float value);
 
 /// What a row of a frame is rebuilt from, and into; all at the same pixel.
 struct RowPixels {
@@ -95,13 +105,14 @@ struct PixelKernels {
   int (*flag_moved)(const int* codes, const unsigned char* read, std::size_t count,
                     const LabelTolerance& tolerance, bool* flags);
 
-  /// Rebuilds so many pixels of the label with this reference, the first of them in `column`.
-  void (*rebuild_pixels)(const RowPixels& row, std::size_t count, float reference, int column,
-                         const RowGeometry& geometry);
+  /// Rebuilds so many pixels of the label with this reference, the first of them in `column`. Those
+  /// behind them, up to `room`, may get any value.
+  void (*rebuild_pixels)(const RowPixels& row, std::size_t count, std::size_t room, float reference,
+                         int column, const RowGeometry& geometry);
 
-  /// Fills an array, writing only where it is not filled so already: what is read need not be
-  /// written back.
-  void (*refill)(float* values, std::size_t count, float value);
+  /// Fills an array of 32-bit words, writing only where it is not filled so already: what is read
+  /// need not be written back.
+  void (*refill)(void* words, std::size_t count, std::uint32_t word);
 
   /// Marks pixels that had and have depth, and whose depth changed by more than `contrast` of what
   /// it is now, with 255.0 and all others with 0.0, writing only what differs. Returns the number

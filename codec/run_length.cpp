@@ -17,15 +17,17 @@ void code_runs(std::span<const int> values, int longest, int* lengths, int* run_
                int& run_count) {
   const std::size_t most = static_cast<std::size_t>(std::max(longest, 1));
   const depth_io::PixelKernels& kernels = depth_io::pixel_kernels();
+  int count = 0;
   while (!values.empty()) {
     const std::size_t most_here = std::min(values.size(), most);
     const bool is_short = most_here == 1 || values[1] != values[0];
     const std::size_t length = is_short ? 1 : kernels.run_length(values.data(), most_here);
-    lengths[run_count] = static_cast<int>(length);
-    run_values[run_count] = values[0];
-    ++run_count;
+    lengths[count] = static_cast<int>(length);
+    run_values[count] = values[0];
+    ++count;
     values = values.subspan(length);
   }
+  run_count = count;
 }
 
 }  // namespace

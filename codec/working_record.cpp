@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "codec/console.h"
+#include "codec/huge_pages.h"
 
 using depth_io::print;
 using depth_io::print_line_and_wait;
@@ -61,6 +62,24 @@ void allocate_arrays(struct_read_write_depth& src) {
   src.write_MapObject = new int[pixels];
 }
 
+template <typename Element>
+depth_io::MemoryRange range_of(Element* array, std::size_t count) {
+  return {reinterpret_cast<char*>(array), count * sizeof(Element)};
+}
+
+void place_arrays_well(const struct_read_write_depth& src) {
+  const std::size_t pixels = depth_io::pixel_count(src);
+  depth_io::MemoryRange ranges[] = {
+      range_of(src.Label, pixels),         range_of(src.LabelRefZ, pixels),
+      range_of(src.Encode, pixels),        range_of(src.EncodeUC, 3 * pixels),
+      range_of(src.EncodeUC2, 3 * pixels), range_of(src.ErrorMap, pixels),
+      range_of(src.LoadedDepth, pixels),   range_of(src.LoadedMapX, pixels),
+      range_of(src.LoadedMapY, pixels),    range_of(src.LoadedColourImage, 3 * pixels),
+      range_of(src.ErrorCorrect, pixels),  range_of(src.RLE_Nb, pixels),
+      range_of(src.RLE_Val, pixels),       range_of(src.write_MapObject, pixels)};
+  depth_io::prefer_huge_pages(ranges);
+}
+
 }  // namespace
 
 void InitStruct(struct_read_write_depth& src) {
@@ -107,6 +126,7 @@ bool Allocate(struct_read_write_depth& src, int _width, int _height) {
     DeAllocate(src);
     throw;
   }
+  if (_width > 0) place_arrays_well(src);
   src.RLE_NbNb = 0;
   std::fill_n(src.write_MapObject, depth_io::pixel_count(src), 0);
   return true;

@@ -14,9 +14,11 @@
 namespace depth_io::bench {
 namespace {
 
-constexpr int kRounds = 15;
-/// Operations that take many milliseconds take part in every fifth round: three of them.
-constexpr int kSlow = 5;
+constexpr int kRounds = 5;
+/// Operations that take many milliseconds take part in every second round.
+constexpr int kSlow = 2;
+/// In a recorder and in a player, the call before was mostly the same one.
+constexpr int kRepetitions = 4;
 
 constexpr char kStamp[] = "2026-11-21T10-00-00.000000";
 constexpr tools::Intrinsics kIntrinsics = tools::kAsusIntrinsics;
@@ -123,6 +125,7 @@ Group FrameBench::our_calls(bool with_twin) {
   add_bare_calls(group);
   group.push_back({.name = "read", .run = [this] { read(Colour::kWithout); }});
   group.push_back({.name = "read with colour", .run = [this] { read(Colour::kWith); }});
+  for (Operation& operation : group) operation.repetitions = kRepetitions;
   return group;
 }
 
@@ -131,12 +134,12 @@ void FrameBench::add_bare_calls(Group& group) {
                      encode_bare({grey_codes_.data(), kFrameWidth, kFrameHeight, 1}, jpeg_buffer_);
                    }});
   group.push_back(
-      {.name = "jpeg grey decode", .run = [this] { decode_bare(grey_jpeg_, jpeg_row_); }});
+      {.name = "jpeg grey decode", .run = [this] { decode_bare(grey_jpeg_, decoded_image_); }});
   group.push_back({.name = "jpeg colour encode", .run = [this] {
                      encode_bare({frame_->bgr.data(), kFrameWidth, kFrameHeight, 3}, jpeg_buffer_);
                    }});
   group.push_back(
-      {.name = "jpeg colour decode", .run = [this] { decode_bare(colour_jpeg_, jpeg_row_); }});
+      {.name = "jpeg colour decode", .run = [this] { decode_bare(colour_jpeg_, decoded_image_); }});
 }
 
 Group FrameBench::verified_writing() {

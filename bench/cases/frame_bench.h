@@ -64,7 +64,7 @@ class FrameBench {
   std::vector<unsigned char> grey_jpeg_;
   std::vector<unsigned char> colour_jpeg_;
   std::vector<unsigned char> jpeg_buffer_;
-  std::vector<unsigned char> jpeg_row_;
+  std::vector<unsigned char> decoded_image_;
 
   Samples samples_;
   Samples decoded_samples_;

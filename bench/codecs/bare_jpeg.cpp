@@ -36,7 +36,7 @@ std::size_t encode_bare(const JpegImage& image, std::span<unsigned char> buffer)
   return size;
 }
 
-void decode_bare(std::span<const unsigned char> bytes, std::vector<unsigned char>& row) {
+void decode_bare(std::span<const unsigned char> bytes, std::vector<unsigned char>& image) {
   jpeg_decompress_struct codec;
   jpeg_error_mgr errors;
   codec.err = jpeg_std_error(&errors);
@@ -44,9 +44,13 @@ void decode_bare(std::span<const unsigned char> bytes, std::vector<unsigned char
   jpeg_mem_src(&codec, bytes.data(), bytes.size());
   jpeg_read_header(&codec, TRUE);
   jpeg_start_decompress(&codec);
-  row.resize(std::size_t{codec.output_width} * static_cast<std::size_t>(codec.output_components));
-  JSAMPROW line = row.data();
-  while (codec.output_scanline < codec.output_height) jpeg_read_scanlines(&codec, &line, 1);
+  const std::size_t row_bytes =
+      std::size_t{codec.output_width} * static_cast<std::size_t>(codec.output_components);
+  image.resize(row_bytes * codec.output_height);
+  while (codec.output_scanline < codec.output_height) {
+    JSAMPROW row = image.data() + row_bytes * codec.output_scanline;
+    jpeg_read_scanlines(&codec, &row, 1);
+  }
   jpeg_finish_decompress(&codec);
   jpeg_destroy_decompress(&codec);
 }

@@ -18,7 +18,7 @@ struct JpegImage {
 /// `buffer` holds the bytes to come and keeps its size; returns how many of them were filled.
 std::size_t encode_bare(const JpegImage& image, std::span<unsigned char> buffer);
 
-/// Decodes from memory, each row into the same one. `row` grows to a row's size.
-void decode_bare(std::span<const unsigned char> bytes, std::vector<unsigned char>& row);
+/// Decodes from memory. `image` grows to the image's size.
+void decode_bare(std::span<const unsigned char> bytes, std::vector<unsigned char>& image);
 
 }  // namespace depth_io::bench

@@ -40,8 +40,10 @@ void measure_group(const Group& group, int rounds, Measurements& measurements) {
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t i = 0; i < group.size(); ++i) {
       if (round % group[i].every_nth_round != 0) continue;
-      group[i].prepare();
-      samples[i].push_back(seconds_of(group[i].run));
+      for (int repetition = 0; repetition < group[i].repetitions; ++repetition) {
+        group[i].prepare();
+        samples[i].push_back(seconds_of(group[i].run));
+      }
     }
   }
   for (std::size_t i = 0; i < group.size(); ++i) {

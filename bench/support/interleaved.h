@@ -14,6 +14,7 @@ struct Operation {
   std::function<void()> run;
   std::function<void()> prepare = [] {};  ///< before each run, not measured
   int every_nth_round = 1;                ///< slow operations need not take part in all
+  int repetitions = 1;                    ///< one after the other, in each round
 };
 
 /// Processor seconds of each operation on each frame: the median of its rounds.

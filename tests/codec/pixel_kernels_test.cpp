@@ -81,7 +81,7 @@ TEST(PixelKernels, RefillsWhateverIsThere) {
       std::vector<float> values(size + 1, -1.0F);
       for (std::size_t i = 0; i < size; i += 29) values[i] = i % 2 == 0 ? kNaN : 0.0F;
       values[size] = 5.0F;
-      kernels->refill(values.data(), size, -1.0F);
+      kernels->refill(values.data(), size, std::bit_cast<std::uint32_t>(-1.0F));
       for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(values[i], -1.0F);
       EXPECT_EQ(values[size], 5.0F);
     }
@@ -106,7 +106,8 @@ Coded code_with(const PixelKernels& kernels, const LabelTable& table,
 
 TEST(PixelKernels, CodesWhatTheTableAndTheCodeSay) {
   std::vector<float> references(64);
-  LabelTable table(references.data(), 64);
+  int count = 0;
+  LabelTable table(references.data(), 64, count);
   for (const float reference : {2.0F, 4.1F, 0.5F, 7.0F}) table.add(reference);
   std::mt19937 random(5);
   std::uniform_int_distribution<int> millimetres(1, 8200);
@@ -142,7 +143,8 @@ TEST(PixelKernels, CodesWhatTheTableAndTheCodeSay) {
 
 TEST(PixelKernels, StopsBeforeABlockWithoutASureLabel) {
   std::vector<float> references(8);
-  LabelTable table(references.data(), 8);
+  int count = 0;
+  LabelTable table(references.data(), 8, count);
   table.add(2.0F);
   for (const PixelKernels* kernels : kBuilds) {
     for (const float strange : {kNaN, std::numeric_limits<float>::infinity(), -40.0F, 9.0F}) {
@@ -155,7 +157,8 @@ TEST(PixelKernels, StopsBeforeABlockWithoutASureLabel) {
 
 TEST(PixelKernels, LeavesOutMaskedPixelsThatAreNoNumbers) {
   std::vector<float> references(8);
-  LabelTable table(references.data(), 8);
+  int count = 0;
+  LabelTable table(references.data(), 8, count);
   table.add(2.0F);
   for (const PixelKernels* kernels : kBuilds) {
     std::vector<float> depth(16, 2.3F);
@@ -172,7 +175,8 @@ TEST(PixelKernels, LeavesOutMaskedPixelsThatAreNoNumbers) {
 
 TEST(PixelKernels, CodesNothingWithoutLabels) {
   std::vector<float> references(8);
-  const LabelTable table(references.data(), 8);
+  int count = 0;
+  const LabelTable table(references.data(), 8, count);
   for (const PixelKernels* kernels : kBuilds) {
     EXPECT_EQ(code_with(*kernels, table, std::vector<float>(32), std::vector<int>(32)).count, 0U);
   }

@@ -182,39 +182,120 @@ TEST(PixelKernels, CodesNothingWithoutLabels) {
   }
 }
 
+/// A row of codes, and what is made of it.
+struct RebuiltRow {
+  explicit RebuiltRow(std::size_t size)
+      : codes(size), exact(size, -1), depth(size), x(size), y(size) {}
+
+  void fill(std::mt19937& random) {
+    for (unsigned char& code : codes) code = static_cast<unsigned char>(random() % 256);
+    for (int& code : exact) code = random() % 6 == 0 ? static_cast<int>(random() % 256) : -1;
+  }
+  void rebuild(const PixelKernels& kernels, std::size_t count, float reference, int column,
+               const RowGeometry& geometry) {
+    kernels.rebuild_pixels({codes.data(), exact.data(), depth.data(), x.data(), y.data()}, count,
+                           codes.size(), reference, column, geometry);
+  }
+  void rebuild_plainly(std::size_t count, float reference, int column, const RowGeometry& g) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const int code = exact[i] >= 0 ? exact[i] : codes[i];
+      const float z = clamp_depth(static_cast<float>(code) / 100.0F - 1.25F + reference);
+      depth[i] = z;
+      x[i] = g.x * z / g.a11;
+      y[i] = (static_cast<float>(column + static_cast<int>(i)) - g.cy) * z / g.a22;
+    }
+  }
+
+  std::vector<unsigned char> codes;
+  std::vector<int> exact;
+  std::vector<float> depth, x, y;
+};
+
+/// The same bits, or no number on both sides: which of them may differ.
+void expect_same_values(const std::vector<float>& values, const std::vector<float>& expected,
+                        std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (std::isnan(values[i]) && std::isnan(expected[i])) continue;
+    ASSERT_EQ(std::bit_cast<std::uint32_t>(values[i]), std::bit_cast<std::uint32_t>(expected[i]))
+        << "pixel " << i << ": " << values[i] << " for " << expected[i];
+  }
+}
+
+/// Rebuilds the same row both ways and compares the pixels asked for.
+void compare_rebuilt(const RebuiltRow& row, std::size_t count, float reference, int column,
+                     const RowGeometry& geometry) {
+  RebuiltRow expected = row;
+  expected.rebuild_plainly(count, reference, column, geometry);
+  for (const PixelKernels* kernels : kBuilds) {
+    RebuiltRow rebuilt = row;
+    rebuilt.rebuild(*kernels, count, reference, column, geometry);
+    expect_same_values(rebuilt.depth, expected.depth, count);
+    expect_same_values(rebuilt.x, expected.x, count);
+    expect_same_values(rebuilt.y, expected.y, count);
+  }
+}
+
 TEST(PixelKernels, RebuildsDepthsAndMapsInTheOrderOfThePlainLoop) {
   std::mt19937 random(7);
-  std::uniform_int_distribution<int> byte(0, 255);
-  const RowGeometry geometry{-37.25F, 533.014404F, 533.5F, 319.75F};
-  for (const PixelKernels* kernels : kBuilds) {
-    for (const std::size_t size : kSizes) {
-      for (const float reference : {0.0F, 1.7F, 254.5F, kNaN}) {
-        std::vector<unsigned char> codes(size);
-        std::vector<int> exact(size, -1);
-        for (unsigned char& code : codes) code = static_cast<unsigned char>(byte(random));
-        for (int& code : exact) code = byte(random) < 40 ? byte(random) : -1;
-        std::vector<float> depth(size), x(size), y(size), expected(size), expected_x(size),
-            expected_y(size);
-        kernels->rebuild_pixels({codes.data(), exact.data(), depth.data(), x.data(), y.data()},
-                                size, reference, 11, geometry);
-        for (std::size_t i = 0; i < size; ++i) {
-          const int code = exact[i] >= 0 ? exact[i] : codes[i];
-          const float z = clamp_depth(static_cast<float>(code) / 100.0F - 1.25F + reference);
-          expected[i] = z;
-          expected_x[i] = geometry.x * z / geometry.a11;
-          expected_y[i] =
-              (static_cast<float>(11 + static_cast<int>(i)) - geometry.cy) * z / geometry.a22;
-        }
-        if (std::isnan(reference)) {
-          // Which not-a-number it is may differ.
-          for (const float z : depth) ASSERT_TRUE(std::isnan(z));
-          continue;
-        }
-        ASSERT_EQ(bits(depth), bits(expected));
-        ASSERT_EQ(bits(x), bits(expected_x));
-        ASSERT_EQ(bits(y), bits(expected_y));
-      }
+  const RowGeometry geometry(-37.25F, 533.014404F, 533.5F, 319.75F);
+  for (const std::size_t size : kSizes) {
+    for (const float reference :
+         {0.0F, 1.7F, 254.5F, -3.0F, 1e-30F, 1e30F, kNaN, std::numeric_limits<float>::infinity()}) {
+      RebuiltRow row(size);
+      row.fill(random);
+      compare_rebuilt(row, size, reference, 11, geometry);
     }
+  }
+}
+
+TEST(PixelKernels, RebuildsFewerPixelsThanThereIsRoomFor) {
+  std::mt19937 random(8);
+  const RowGeometry geometry(12.5F, 533.0F, 533.0F, 320.0F);
+  for (std::size_t count = 1; count <= 40; ++count) {
+    RebuiltRow row(40);
+    row.fill(random);
+    compare_rebuilt(row, count, 2.0F, 0, geometry);
+  }
+}
+
+TEST(PixelKernels, PixelsBehindTheRoomAreLeftAlone) {
+  for (const PixelKernels* kernels : kBuilds) {
+    RebuiltRow row(13);
+    row.depth.push_back(7.0F);
+    row.x.push_back(7.0F);
+    row.y.push_back(7.0F);
+    row.rebuild(*kernels, 13, 2.0F, 0, RowGeometry(1.0F, 500.0F, 500.0F, 320.0F));
+    EXPECT_EQ(row.depth.back(), 7.0F);
+    EXPECT_EQ(row.x.back(), 7.0F);
+    EXPECT_EQ(row.y.back(), 7.0F);
+  }
+}
+
+TEST(PixelKernels, MetricMapsAreThoseOfThePlainDivisionForEveryCamera) {
+  std::mt19937 random(9);
+  std::uniform_real_distribution<float> focal(0.01F, 3000.0F);
+  std::uniform_real_distribution<float> point(-700.0F, 700.0F);
+  std::uniform_real_distribution<float> depth(0.0F, 30.0F);
+  for (int camera = 0; camera < 2000; ++camera) {
+    RebuiltRow row(640);
+    row.fill(random);
+    compare_rebuilt(row, 640, depth(random), 0,
+                    RowGeometry(point(random), focal(random), focal(random), point(random)));
+  }
+}
+
+TEST(PixelKernels, MetricMapsOfImpossibleCamerasAreThoseOfThePlainDivision) {
+  constexpr float kImpossible[] = {0.0F,   -0.0F,   1e-42F,
+                                   1e-30F, -533.0F, 1e30F,
+                                   3e38F,  kNaN,    std::numeric_limits<float>::infinity()};
+  std::mt19937 random(10);
+  RebuiltRow row(64);
+  row.fill(random);
+  for (const float value : kImpossible) {
+    compare_rebuilt(row, 64, 2.0F, 0, RowGeometry(value, 533.0F, 533.0F, 320.0F));
+    compare_rebuilt(row, 64, 2.0F, 0, RowGeometry(1.0F, value, 533.0F, 320.0F));
+    compare_rebuilt(row, 64, 2.0F, 0, RowGeometry(1.0F, 533.0F, value, 320.0F));
+    compare_rebuilt(row, 64, 2.0F, 0, RowGeometry(1.0F, 533.0F, 533.0F, value));
   }
 }
 

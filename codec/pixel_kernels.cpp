@@ -68,25 +68,40 @@ inline void rebuild_pixels(const RowPixels& row, std::size_t count, std::size_t 
 #endif
 namespace depth_io::avx2 {
 
+// Vectors of the loops and of the processor's own functions, bit for bit.
+
+inline __m256 as_m256(const Ints& vector) { return reinterpret_cast<const __m256&>(vector); }
+inline __m256 as_m256(const Floats& vector) { return reinterpret_cast<const __m256&>(vector); }
+inline Ints as_ints(__m256 vector) {
+  Ints ints;
+  std::memcpy(&ints, &vector, sizeof ints);
+  return ints;
+}
+inline Floats as_floats(__m256 vector) {
+  Floats floats;
+  std::memcpy(&floats, &vector, sizeof floats);
+  return floats;
+}
+
 inline unsigned bits_of(const Ints& mask) {
-  return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<const __m256&>(mask)));
+  return static_cast<unsigned>(_mm256_movemask_ps(as_m256(mask)));
 }
 
 inline Ints widened(const unsigned char* bytes) {
   const __m256i wide =
       _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(bytes)));
-  return std::bit_cast<Ints>(wide);
+  return as_ints(_mm256_castsi256_ps(wide));
 }
 
 inline Ints unless_negative(const Ints& first, const Ints& second) {
-  const auto sign = std::bit_cast<__m256>(first);
-  return std::bit_cast<Ints>(_mm256_blendv_ps(sign, std::bit_cast<__m256>(second), sign));
+  const auto sign = as_m256(first);
+  return as_ints(_mm256_blendv_ps(sign, as_m256(second), sign));
 }
 
 inline Floats clamp_depths(const Floats& z) {
   // Where one operand is no number, or both are 0, these give the second one.
-  const __m256 not_below = _mm256_max_ps(_mm256_set1_ps(kSmallestDepth), std::bit_cast<__m256>(z));
-  return std::bit_cast<Floats>(_mm256_min_ps(_mm256_set1_ps(kLargestDepth), not_below));
+  const __m256 not_below = _mm256_max_ps(_mm256_set1_ps(kSmallestDepth), as_m256(z));
+  return as_floats(_mm256_min_ps(_mm256_set1_ps(kLargestDepth), not_below));
 }
 
 #include "codec/pixel_loops.inc"
@@ -96,7 +111,7 @@ inline Floats clamp_depths(const Floats& z) {
 /// remainder is exact, and the second rounds as the division does. Not for numbers so small that
 /// remainders underflow.
 inline Floats quotient(const Floats& dividend, float divisor, float reciprocal) {
-  const auto n = std::bit_cast<__m256>(dividend);
+  const auto n = as_m256(dividend);
   const __m256 d = _mm256_set1_ps(divisor);
   const __m256 r = _mm256_set1_ps(reciprocal);
   __m256 q = _mm256_mul_ps(n, r);
@@ -104,7 +119,7 @@ inline Floats quotient(const Floats& dividend, float divisor, float reciprocal) 
   q = _mm256_fmadd_ps(_mm256_fnmadd_ps(q, d, n), r, q);
   // The sums above lose the sign of a zero; the divisor is positive.
   q = _mm256_or_ps(q, _mm256_and_ps(n, _mm256_set1_ps(-0.0F)));
-  return std::bit_cast<Floats>(q);
+  return as_floats(q);
 }
 
 inline void rebuild_pixels(const RowPixels& row, std::size_t count, std::size_t room,

@@ -1,5 +1,5 @@
 #include "tests/faults/fault_walk.h"
-#include "tests/faults/recording_bench.h"
+#include "tests/support/recorders.h"
 
 // Faults while an engine records, each generation, at once and out of its ring.
 namespace depth_io::test {

@@ -52,12 +52,6 @@ TEST_F(SecondGenerationCapture, FrameNotAskedForIsStoredInSilence) {
   EXPECT_TRUE(files_in(directory_.path()).empty());
 }
 
-TEST_F(SecondGenerationCapture, CountOfUnrecordedFramesSaturates) {
-  engine_.delta_time_last_recorded = INT_MAX;
-  EXPECT_TRUE(capture(false, kMoment).result);
-  EXPECT_EQ(engine_.delta_time_last_recorded, INT_MAX);
-}
-
 TEST_F(SecondGenerationCapture, WholeOutputOfAWrittenFrame) {
   const auto seen = capture(true, kMoment);
   EXPECT_TRUE(seen.result);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -86,8 +87,19 @@ class Work {
 
 struct WalkCount {
   long tries = 0;
-  long failed_calls = 0;
+  long injected = 0;  ///< tries in which calls failed
+
+  void add(bool has_failed) {
+    ++tries;
+    injected += has_failed ? 1 : 0;
+  }
 };
+
+/// Says how many faults there were, and that there were any. scripts/faults.sh adds these lines up.
+inline void tell_count(FaultKind kind, const WalkCount& count) {
+  EXPECT_GT(count.injected, 0) << kind_name(kind);
+  std::printf("%s: %ld tries, %ld faults injected\n", kind_name(kind), count.tries, count.injected);
+}
 
 /// One try; how many calls failed.
 inline long try_fault(Work& work, const Fault& fault) {
@@ -115,7 +127,7 @@ inline long try_fault(Work& work, const Fault& fault) {
 }
 
 /// Walks through all calls of a kind.
-inline WalkCount walk(Work& work, FaultKind kind) {
+inline void walk(Work& work, FaultKind kind) {
   constexpr long kEndless = 100'000;
   WalkCount count;
   work.begin();
@@ -127,13 +139,12 @@ inline WalkCount walk(Work& work, FaultKind kind) {
         if (!is_tried(kind, nth, error, lasting)) continue;
         const long failed = try_fault(work, {kind, nth, kErrors[error], lasting});
         was_reached |= failed > 0;
-        ++count.tries;
-        count.failed_calls += failed;
+        count.add(failed > 0);
       }
       if (nth > kEndless) ADD_FAILURE() << "the work never gets through";
     }
   }
-  return count;
+  tell_count(kind, count);
 }
 
 }  // namespace depth_io::test

@@ -126,9 +126,7 @@ class RecordingFaults : public testing::TestWithParam<Case> {
   template <typename KindOfWork>
   void expect_no_harm() {
     KindOfWork work(GetParam().generation);
-    const WalkCount count = walk(work, GetParam().kind);
-    EXPECT_GT(count.failed_calls, 0);
-    std::printf("%ld tries, %ld failed calls\n", count.tries, count.failed_calls);
+    walk(work, GetParam().kind);
   }
 };
 

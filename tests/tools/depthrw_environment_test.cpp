@@ -37,8 +37,10 @@ class DepthrwEnvironment : public Depthrw {
   }
 
   /// Records, plays and verifies as ever, started like this.
-  void expect_usual_work(const ProgramStart& start, const std::string& frames = "3") const {
-    for (const char* layout : {"flat", "numbered", "tree"}) {
+  void expect_usual_work(const ProgramStart& start,
+                         const std::vector<const char*>& layouts = {"flat", "numbered", "tree"},
+                         const std::string& frames = "3") const {
+    for (const char* layout : layouts) {
       SCOPED_TRACE(layout);
       const std::string usual = std::string("usual_") + layout;
       ASSERT_EQ(record_at(usual, layout, {}, frames).status, 0);
@@ -84,7 +86,7 @@ TEST_F(DepthrwEnvironment, SixtyFourDescriptorsAreEnough) {
     return setrlimit(RLIMIT_NOFILE, &limit) == 0;
   };
   // More folders than that in the tree.
-  expect_usual_work(start, "70");
+  expect_usual_work(start, {"tree"}, "70");
 }
 
 // --- Read-only directories ----------------------------------------------------------------------

@@ -69,7 +69,7 @@ void write_numbered(depth_io::BufferedFile& file, const char* before, std::size_
 }
 
 /// Lists one sub-directory's frames in time order, inside and beside it; false when a time is
-/// missing.
+/// missing or memory is short.
 bool write_sub_directory_files(const std::string& directory, const std::string& name,
                                FolderContent& content) {
   std::vector<std::string>& entries = content.entries;
@@ -78,7 +78,7 @@ bool write_sub_directory_files(const std::string& directory, const std::string& 
   std::vector<double> times(entries.size());
   std::vector<int> order(entries.size());
   if (!find_times(entries, times.data())) return false;
-  BubbleSort(count, times.data(), order.data(), count);
+  if (!BubbleSort(count, times.data(), order.data(), count)) return false;
   const auto by_time = [&](std::size_t i) -> const std::string& {
     return entries[static_cast<std::size_t>(order[i])];
   };
@@ -146,7 +146,7 @@ int list_frames(const char* dirname, FrameTables& tables) {
   const int count = static_cast<int>(entries.size());
   for (std::string& entry : entries) tables.stamps.Insert(entry.data());
   if (!find_times(entries, tables.times.buffer)) return 0;
-  BubbleSort(count, tables.times.buffer, tables.order.buffer, count);
+  if (!BubbleSort(count, tables.times.buffer, tables.order.buffer, count)) return 0;
   for (int i = 0; i < count; ++i) {
     tables.sorted_stamps.Insert(entries[static_cast<std::size_t>(tables.order.buffer[i])].data());
   }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -151,6 +152,7 @@ void exchange_all_pairs(double* values, int* index, int n, Before before) {
   }
 }
 
+/// Wants memory for more than a few values, and leaves them as they are where it gets none.
 template <typename Before>
 void sort_values(double* values, int* index, int n, Before before) {
   constexpr int kFewValues = 24;
@@ -173,10 +175,15 @@ bool BubbleSort(int Length, double* pt, int* index, int n, bool INCREASE) {
     return false;
   }
   if (n <= 0) return true;
-  if (INCREASE) {
-    sort_values(pt, index, n, [](double a, double b) { return a < b; });
-  } else {
-    sort_values(pt, index, n, [](double a, double b) { return a > b; });
+  try {
+    if (INCREASE) {
+      sort_values(pt, index, n, [](double a, double b) { return a < b; });
+    } else {
+      sort_values(pt, index, n, [](double a, double b) { return a > b; });
+    }
+  } catch (const std::bad_alloc&) {
+    depth_io::print_line("ERROR - BubbleSort - not enough memory");
+    return false;
   }
   return true;
 }

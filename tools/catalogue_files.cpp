@@ -27,12 +27,17 @@ int write_catalogue(const std::string& directory, LibraryLog& log) {
   if (!std::filesystem::is_directory(directory, error)) {
     throw Failure("there is no directory '" + directory + "'");
   }
+  log.start_operation();
   const int sub_directories = ListEntriesInDir(directory.c_str());
   if (log.key_waits() > 0) {
     log.show_last_lines();
     throw Failure("a name in '" + directory + "' could not be understood");
   }
   check_written(directory, sub_directories);
+  if (log.tells_errors()) {
+    log.show_last_lines();
+    throw Failure("'" + directory + "' could not be listed completely");
+  }
   return sub_directories;
 }
 

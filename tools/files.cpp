@@ -44,13 +44,22 @@ std::optional<std::uintmax_t> regular_size(const Descriptor& file) {
   return static_cast<std::uintmax_t>(status.st_size);
 }
 
+/// Repeats a call that a signal interrupted; not for ever, in case the interruption is a fault.
+template <typename Call>
+ssize_t retry_when_interrupted(const Call& call) {
+  constexpr int kMostTries = 1000;
+  ssize_t result = call();
+  for (int tries = 1; result < 0 && errno == EINTR && tries < kMostTries; ++tries) result = call();
+  return result;
+}
+
 /// Reads so many bytes, or those that there are; none after an error.
 std::optional<std::string> read_bytes(const Descriptor& file, std::size_t size) {
   std::string bytes(size, '\0');
   std::size_t filled = 0;
   while (filled < bytes.size()) {
-    const ssize_t count = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = retry_when_interrupted(
+        [&] { return ::read(file.get(), bytes.data() + filled, bytes.size() - filled); });
     if (count < 0) return {};
     if (count == 0) break;
     filled += static_cast<std::size_t>(count);
@@ -61,8 +70,8 @@ std::optional<std::string> read_bytes(const Descriptor& file, std::size_t size) 
 
 bool write_all(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written =
+        retry_when_interrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
     if (written <= 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(written));
   }

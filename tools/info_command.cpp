@@ -129,7 +129,11 @@ int inform(const InfoArguments& arguments) {
   } else {
     print_lines(recording, all);
   }
-  return recording.troubles().empty() && all.incomplete == 0 ? kGood : kPartial;
+  if (all.unread > 0) {
+    write_message("the labels or records of %ld frames cannot be counted", all.unread);
+  }
+  const bool is_whole = recording.troubles().empty() && all.incomplete == 0 && all.unread == 0;
+  return is_whole ? kGood : kPartial;
 }
 
 }  // namespace

@@ -37,6 +37,11 @@ int LibraryLog::key_waits() const {
   return own_lines().key_waits;
 }
 
+bool LibraryLog::tells_errors() const {
+  const std::lock_guard lock(mutex_);
+  return own_lines().tells_errors;
+}
+
 void LibraryLog::show_last_lines() const { show_library_lines(last_lines()); }
 
 std::vector<std::string> LibraryLog::last_lines() const {
@@ -61,6 +66,7 @@ void LibraryLog::add(const char* text, std::size_t length) {
 }
 
 void LibraryLog::end_line(Lines& lines) {
+  lines.tells_errors |= lines.line.starts_with("ERROR");
   if (verbose_) {
     show_library_lines({lines.line});
   } else {

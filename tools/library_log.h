@@ -30,6 +30,9 @@ class LibraryLog {
   /// How often the library wanted a key since then: it does so when something is wrong.
   int key_waits() const;
 
+  /// Whether it told an error since then.
+  bool tells_errors() const;
+
   /// Shows the kept lines on standard error, unless they were shown already.
   void show_last_lines() const;
 
@@ -43,6 +46,7 @@ class LibraryLog {
   /// What the library said to a thread.
   struct Lines {
     int key_waits = 0;
+    bool tells_errors = false;
     std::string line;
     std::deque<std::string> last_lines;
   };

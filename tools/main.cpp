@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <exception>
 #include <functional>
 #include <iostream>
@@ -74,11 +75,19 @@ int run_guarded(int argc, char** argv) {
   return kFailed;
 }
 
+/// Ends the program where an exception cannot be caught: the standard library's directory iterators
+/// let none out, not even when memory is short.
+[[noreturn]] void end_at_once() {
+  write_message("stopped, most likely for lack of memory");
+  std::_Exit(kFailed);
+}
+
 }  // namespace
 }  // namespace depth_io::tools
 
 int main(int argc, char** argv) {
   using namespace depth_io::tools;
+  std::set_terminate(end_at_once);
   occupy_standard_descriptors();
   watch_signals();
   const int status = run_guarded(argc, argv);

@@ -14,6 +14,9 @@ void add_files(const Recording& recording, const RecordedFrame& frame, Recording
   all.bytes += one.bytes;
   if (one.labels) all.labels.add(*one.labels);
   if (one.error_records) all.error_records.add(*one.error_records);
+  const bool is_unread =
+      (frame.has_reference && !one.labels) || (frame.has_errors && !one.error_records);
+  if (is_unread) ++all.unread;
   const bool is_complete =
       frame.has_depth_files() && (frame.has_colour || !recording.wants_colour(frame));
   if (!is_complete) ++all.incomplete;

@@ -34,6 +34,7 @@ struct RecordingStatistics {
   std::vector<Gap> gaps;              ///< longer than twice the median step
   bool steps_are_seconds = false;
   long incomplete = 0;  ///< frames that lack a file
+  long unread = 0;      ///< frames whose numbers of labels or error records cannot be read
   FileBytes bytes;
   Spread labels;         ///< of each frame
   Spread error_records;  ///< of each frame

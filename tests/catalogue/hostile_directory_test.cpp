@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include "catalogue/catalogue.h"
 #include "tests/support/catalogue_fixture.h"
 #include "tests/support/console_capture.h"
+#include "tests/support/process_limits.h"
 #include "tests/support/temp_directory.h"
 
 namespace depth_io::test {
@@ -20,41 +20,6 @@ namespace fs = std::filesystem;
 const std::string kStamp = "2013-04-09T14-05-07.042000";
 const std::string kList = "0 " + kStamp + "\n";
 const std::string kInfo = "start 0 " + kStamp + "\nend 0 " + kStamp + "\n";
-
-/// Fewer descriptors than the process may have otherwise.
-class DescriptorLimit {
- public:
-  explicit DescriptorLimit(rlim_t limit) {
-    getrlimit(RLIMIT_NOFILE, &saved_);
-    rlimit lower = saved_;
-    lower.rlim_cur = limit;
-    setrlimit(RLIMIT_NOFILE, &lower);
-  }
-  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &saved_); }
-  DescriptorLimit(const DescriptorLimit&) = delete;
-  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-
- private:
-  rlimit saved_{};
-};
-
-/// Gives up the rights of the superuser, who may read and write everything.
-class OrdinaryUser {
- public:
-  OrdinaryUser() : was_(geteuid()) {
-    if (was_ == 0) ordinary_ = seteuid(65534) == 0;
-  }
-  ~OrdinaryUser() {
-    if (was_ == 0 && seteuid(0) != 0) std::abort();
-  }
-  OrdinaryUser(const OrdinaryUser&) = delete;
-  OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-  bool ordinary() const { return ordinary_; }
-
- private:
-  uid_t was_;
-  bool ordinary_ = true;
-};
 
 int list(const std::string& directory, ConsoleTrace* console = nullptr) {
   int result = -1;

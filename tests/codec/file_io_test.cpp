@@ -1,5 +1,6 @@
 #include "codec/file_io.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +13,38 @@
 
 namespace depth_io::test {
 namespace {
+
+// --- What programs that the process starts inherit ----------------------------------------------
+
+/// Whether the descriptors of an open file go on to other programs; false when it is not open.
+bool is_inherited(const std::string& path) {
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code error;
+    if (std::filesystem::read_symlink(entry.path(), error) != path) continue;
+    const int flags = fcntl(std::stoi(entry.path().filename()), F_GETFD);
+    if ((flags & FD_CLOEXEC) == 0) return true;
+  }
+  return false;
+}
+
+TEST(OpenFiles, AreNotInheritedByOtherPrograms) {
+  const TempDirectory directory;
+  const std::string path = directory.file("f");
+  {
+    const OutputFile file(path.c_str());
+    ASSERT_TRUE(file.is_open());
+    EXPECT_FALSE(is_inherited(path));
+  }
+  std::FILE* const stream = open_regular_file(path.c_str());
+  ASSERT_NE(stream, nullptr);
+  EXPECT_FALSE(is_inherited(path));
+  std::fclose(stream);
+  const int usual = open(path.c_str(), O_RDONLY);
+  EXPECT_TRUE(is_inherited(path));
+  close(usual);
+}
+
+// --- Reading ------------------------------------------------------------------------------------
 
 TEST(ReadRegularFile, GivesAllBytes) {
   const TempDirectory directory;
@@ -47,6 +80,8 @@ TEST(ReadRegularFile, RefusesAFileThatIsTooLarge) {
   ASSERT_EQ(truncate(directory.file("f").c_str(), static_cast<off_t>(kLargestFile) + 1), 0);
   EXPECT_FALSE(read_regular_file(directory.file("f").c_str()));
 }
+
+// --- Writing ------------------------------------------------------------------------------------
 
 TEST(OutputFile, FollowsNoLink) {
   const TempDirectory directory;

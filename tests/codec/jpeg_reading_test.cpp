@@ -198,6 +198,23 @@ TEST(JpegRead, TruncatedFileDecodesAndNothingReachesTheConsole) {
   EXPECT_EQ(outcome.console.output, "");
 }
 
+// A progressive image is kept as a whole until its last scan is read.
+TEST(JpegRead, ImageThatWantsGigabytesIsRefused) {
+  TempDirectory directory;
+  const std::string name = directory.file("wide.jpg");
+  encode_plainly(name, 8, 8, 1, Bytes(64, 125), one_coefficient_scans(0));
+  std::string bytes = read_file(name);
+  const std::size_t frame_header = bytes.find("\xFF\xC2");
+  ASSERT_NE(frame_header, std::string::npos);
+  bytes.replace(frame_header + 5, 4, "\xFF\xDC\xFF\xDC");  // 65500 x 65500
+  write_file(name, bytes);
+  Bytes pixels(300, 7);
+  const Outcome outcome = read_jpeg(name, pixels);
+  EXPECT_FALSE(outcome.good);
+  EXPECT_EQ(outcome.console.output.rfind("JPEG Fatal Error ", 0), 0U) << outcome.console.output;
+  EXPECT_EQ(pixels, Bytes(300, 7));
+}
+
 TEST(JpegRead, SpecialFilesCannotBeOpened) {
   TempDirectory directory;
   const std::string fifo = directory.file("fifo.jpg");

@@ -1,11 +1,8 @@
-#include <malloc.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
-#include "tests/support/catalogue_fixture.h"
+#include "tests/support/held_resources.h"
+#include "tests/support/quiet_console.h"
 #include "tests/support/third_generation_fixture.h"
 
 // Long runs: thousands of flat frames, whose files are small.
@@ -13,40 +10,9 @@ namespace depth_io::test {
 namespace {
 
 // Under a sanitizer the run is shorter, and its allocator keeps what was released.
-constexpr bool kMemoryIsMeasured = MemoryLimit::kPossible;
 constexpr int kFrames = kMemoryIsMeasured ? 3000 : 200;
 constexpr int kWarmUp = kFrames / 10;
 constexpr int kFramesPerMinute = 40;
-constexpr long kAllowedGrowth = 1 << 20;
-
-/// Bytes that the process holds.
-struct Held {
-  long resident = 0;
-  long allocated = 0;
-  int descriptors = 0;
-
-  static Held now() {
-    Held held;
-    long pages = 0;
-    long resident_pages = 0;
-    if (std::FILE* file = std::fopen("/proc/self/statm", "r")) {
-      if (std::fscanf(file, "%ld %ld", &pages, &resident_pages) != 2) resident_pages = 0;
-      std::fclose(file);
-    }
-    held.resident = resident_pages * sysconf(_SC_PAGESIZE);
-    const struct mallinfo2 info = mallinfo2();
-    held.allocated = static_cast<long>(info.uordblks + info.hblkhd);
-    held.descriptors = open_descriptors();
-    return held;
-  }
-};
-
-void expect_constant(const Held& before, const Held& after) {
-  EXPECT_EQ(after.descriptors, before.descriptors);
-  if (!kMemoryIsMeasured) return;
-  EXPECT_LE(after.allocated - before.allocated, kAllowedGrowth);
-  EXPECT_LE(after.resident - before.resident, kAllowedGrowth);
-}
 
 /// The n-th frame's moment: `kFramesPerMinute` frames a minute, from half an hour before midnight.
 Moment moment_of(int frame) {
@@ -56,24 +22,9 @@ Moment moment_of(int frame) {
 
 float depth_of(int frame) { return 1.0F + 0.01F * static_cast<float>(frame % 300); }
 
-/// Throws away what the library prints, and never waits.
-class Silence {
- public:
-  Silence() {
-    set_print_handler([](void*, const char*, std::size_t) {}, nullptr);
-    set_key_wait_handler([](void*) {}, nullptr);
-  }
-  ~Silence() {
-    set_print_handler(nullptr, nullptr);
-    set_key_wait_handler(nullptr, nullptr);
-  }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-};
-
 TEST(ThirdSoak, RecordingAndPlaybackOfThousandsOfFramesHoldNoMore) {
   ThirdRecorder recorder(3, -1.0F);
-  const Silence silence;
+  const QuietConsole silence;
   Held warm;
   for (int i = 0; i < kFrames; ++i) {
     if (i == kWarmUp) warm = Held::now();
@@ -96,7 +47,7 @@ TEST(ThirdSoak, RecordingAndPlaybackOfThousandsOfFramesHoldNoMore) {
 
 TEST(ThirdSoak, UnrecordedFramesHoldNoMore) {
   ThirdRecorder recorder(3);
-  const Silence silence;
+  const QuietConsole silence;
   Held warm;
   for (int i = 0; i < kFrames; ++i) {
     if (i == kWarmUp) warm = Held::now();
@@ -110,7 +61,7 @@ TEST(ThirdSoak, UnrecordedFramesHoldNoMore) {
 TEST(ThirdSoak, RecordingFromTheRingHoldsNoMore) {
   ThirdRecorder recorder(4);
   fill_frame(recorder.engine, 1.5F);
-  const Silence silence;
+  const QuietConsole silence;
   Held warm;
   for (int i = 0; i < kFrames / 8; ++i) {
     if (i == kWarmUp / 8) warm = Held::now();
@@ -124,7 +75,7 @@ TEST(ThirdSoak, FailedFramesHoldNoMore) {
   ThirdRecorder recorder(2);
   fill_frame(recorder.engine, 1.5F);
   write_file(recorder.directory.file("2013-04-10"), "");
-  const Silence silence;
+  const QuietConsole silence;
   Held warm;
   Moment m = kMoment;
   for (int i = 0; i < kFrames; ++i) {

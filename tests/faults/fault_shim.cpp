@@ -215,6 +215,16 @@ int openat64(int directory, const char* path, int flags, ...) {
   return open_at(directory, path, flags, mode);
 }
 
+// What hardened builds call in the place of `open` with flags that are known at run time only.
+int __open_2(const char* path, int flags) { return open_at(AT_FDCWD, path, flags, 0); }
+int __open64_2(const char* path, int flags) { return open_at(AT_FDCWD, path, flags, 0); }
+int __openat_2(int directory, const char* path, int flags) {
+  return open_at(directory, path, flags, 0);
+}
+int __openat64_2(int directory, const char* path, int flags) {
+  return open_at(directory, path, flags, 0);
+}
+
 int creat(const char* path, mode_t mode) {
   return open_at(AT_FDCWD, path, O_WRONLY | O_CREAT | O_TRUNC, mode);
 }
@@ -257,6 +267,12 @@ ssize_t pread(int descriptor, void* bytes, size_t size, off_t place) {
 int rename(const char* from, const char* to) noexcept {
   if (concerns_path(to) && fails(kFaultRename)) return -1;
   return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
+
+int renameat2(int from_directory, const char* from, int to_directory, const char* to,
+              unsigned flags) noexcept {
+  if (concerns_path(to) && fails(kFaultRename)) return -1;
+  return static_cast<int>(syscall(SYS_renameat2, from_directory, from, to_directory, to, flags));
 }
 
 // --- Streams ------------------------------------------------------------------------------------

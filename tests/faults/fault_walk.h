@@ -4,15 +4,15 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
-#include <string_view>
 
-#include "codec/console.h"
 #include "tests/faults/fault_shim.h"
 #include "tests/support/catalogue_fixture.h"
+#include "tests/support/quiet_console.h"
 
 // Walks through the calls that a piece of work makes: first its first call fails, then its second,
 // until no call is left.
@@ -65,43 +65,6 @@ inline std::string describe(const Fault& fault) {
          (fault.lasting ? " and later" : "") + ": " + std::strerror(fault.error);
 }
 
-/// Keeps what the library prints, without an allocation, and never waits for a key.
-class QuietConsole {
- public:
-  QuietConsole() {
-    set_print_handler(&QuietConsole::take, this);
-    set_key_wait_handler([](void*) {}, nullptr);
-  }
-  ~QuietConsole() {
-    set_print_handler(nullptr, nullptr);
-    set_key_wait_handler(nullptr, nullptr);
-  }
-  QuietConsole(const QuietConsole&) = delete;
-  QuietConsole& operator=(const QuietConsole&) = delete;
-
-  void clear() { length_ = 0; }
-  std::string_view text() const { return {text_.data(), length_}; }
-  /// Whether a failure was told.
-  bool complains() const {
-    for (const char* word : {"ERROR", "WARNING", "FAILED", "failed", "Can't", "Fatal", "faield",
-                             "error opening", "Memory error"}) {
-      if (text().find(word) != std::string_view::npos) return true;
-    }
-    return false;
-  }
-
- private:
-  static void take(void* context, const char* text, std::size_t length) {
-    auto* const self = static_cast<QuietConsole*>(context);
-    const std::size_t taken = std::min(length, self->text_.size() - self->length_);
-    std::memcpy(self->text_.data() + self->length_, text, taken);
-    self->length_ += taken;
-  }
-
-  std::array<char, 16384> text_;
-  std::size_t length_ = 0;
-};
-
 /// A piece of work that faults are brought into.
 class Work {
  public:
@@ -124,8 +87,19 @@ class Work {
 
 struct WalkCount {
   long tries = 0;
-  long failed_calls = 0;
+  long injected = 0;  ///< tries in which calls failed
+
+  void add(bool has_failed) {
+    ++tries;
+    injected += has_failed ? 1 : 0;
+  }
 };
+
+/// Says how many faults there were, and that there were any. scripts/faults.sh adds these lines up.
+inline void tell_count(FaultKind kind, const WalkCount& count) {
+  EXPECT_GT(count.injected, 0) << kind_name(kind);
+  std::printf("%s: %ld tries, %ld faults injected\n", kind_name(kind), count.tries, count.injected);
+}
 
 /// One try; how many calls failed.
 inline long try_fault(Work& work, const Fault& fault) {
@@ -153,7 +127,7 @@ inline long try_fault(Work& work, const Fault& fault) {
 }
 
 /// Walks through all calls of a kind.
-inline WalkCount walk(Work& work, FaultKind kind) {
+inline void walk(Work& work, FaultKind kind) {
   constexpr long kEndless = 100'000;
   WalkCount count;
   work.begin();
@@ -165,13 +139,12 @@ inline WalkCount walk(Work& work, FaultKind kind) {
         if (!is_tried(kind, nth, error, lasting)) continue;
         const long failed = try_fault(work, {kind, nth, kErrors[error], lasting});
         was_reached |= failed > 0;
-        ++count.tries;
-        count.failed_calls += failed;
+        count.add(failed > 0);
       }
       if (nth > kEndless) ADD_FAILURE() << "the work never gets through";
     }
   }
-  return count;
+  tell_count(kind, count);
 }
 
 }  // namespace depth_io::test

@@ -30,16 +30,20 @@ class GermanLocale {
   GermanLocale& operator=(const GermanLocale&) = delete;
 
   bool active() const { return active_; }
+  /// What a program is given as LC_ALL to have the same.
+  const std::string& name() const { return name_; }
 
  private:
   bool try_locale(const char* name) {
     active_ = std::setlocale(LC_ALL, name) != nullptr &&
               std::string(std::localeconv()->decimal_point) == ",";
+    name_ = name;
     return active_;
   }
 
   TempDirectory directory_;
   std::string before_;
+  std::string name_;
   bool active_ = false;
 };
 

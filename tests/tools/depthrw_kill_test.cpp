@@ -6,7 +6,7 @@
 
 #include "tests/tools/depthrw_fixture.h"
 #include "tests/tools/image_directory.h"
-#include "tools/frame_check.h"
+#include "tests/tools/remains.h"
 
 namespace depth_io::test {
 namespace {
@@ -14,23 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kKills = kIsSanitized ? 20 : 200;
-
-/// What a killed recorder left behind.
-struct Remains {
-  std::set<std::string> whole;
-  std::set<std::string> partial;
-};
-
-Remains look_at(const std::string& directory) {
-  tools::LibraryLog log(false);
-  Remains remains;
-  const tools::Recording recording(directory, log);
-  for (const tools::RecordedFrame& frame : recording.frames()) {
-    const bool is_whole = tools::find_faults(recording, frame).empty();
-    (is_whole ? remains.whole : remains.partial).insert(frame.depth_name());
-  }
-  return remains;
-}
 
 using DepthrwKill = Depthrw;
 

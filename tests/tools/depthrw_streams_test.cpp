@@ -13,11 +13,50 @@ using testing::HasSubstr;
 /// The standard streams of the program may be anything, and signals come at any time.
 using DepthrwStreams = Depthrw;
 
-TEST_F(DepthrwStreams, WorksWithoutStandardInput) {
-  ProgramStart start;
-  start.input = Stream::kClosed;
-  EXPECT_EQ(run_program({"record", "--out", path("rec"), "--frames", "1"}, start).status, 0);
-  EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic"}, start).status, 0);
+// The usual standard input is a pipe in which nothing ever arrives.
+TEST_F(DepthrwStreams, NoCommandWaitsForStandardInputWhateverItIs) {
+  for (const Stream stream : {Stream::kClosed, Stream::kNullDevice, Stream::kUsual}) {
+    SCOPED_TRACE(static_cast<int>(stream));
+    ProgramStart start;
+    start.input = stream;
+    fs::remove_all(path("rec"));
+    const std::vector<std::vector<std::string>> commands = {
+        {"record", "--out", path("rec"), "--frames", "2", "--layout", "numbered"},
+        {"play", path("rec")},
+        {"verify", path("rec"), "--against", "synthetic"},
+        {"info", path("rec")},
+        {"catalogue", path("rec")},
+        {"repair", path("rec")}};
+    for (const auto& command : commands) {
+      const ProgramResult result = run_program(command, start);
+      EXPECT_EQ(result.status, 0) << testing::PrintToString(command) << result.messages;
+    }
+    start.program = COUNT_ENTRIES_PROGRAM;
+    EXPECT_EQ(run_program({path("rec")}, start).status, 0);
+  }
+}
+
+TEST_F(DepthrwStreams, NoCommandWaitsForAKeyAtAFailure) {
+  record("numbered", "2");
+  write_file(path("rec/00000000/list.txt"), "damaged");
+  for (const auto& file : files_in("rec/00000000")) {
+    if (file.ends_with(".ref")) fs::resize_file(path("rec/00000000/" + file), 0);
+  }
+  for (const Stream stream : {Stream::kClosed, Stream::kNullDevice, Stream::kUsual}) {
+    SCOPED_TRACE(static_cast<int>(stream));
+    ProgramStart start;
+    start.input = stream;
+    const std::vector<std::vector<std::string>> commands = {
+        {"record", "--out", path("rec/00000000/list.txt/no"), "--frames", "1"},
+        {"play", path("rec")},
+        {"verify", path("rec")},
+        {"play", path("nothing")}};
+    for (const auto& command : commands) {
+      const ProgramResult result = run_program(command, start);
+      EXPECT_THAT(result.status, testing::AnyOf(1, 3)) << testing::PrintToString(command);
+      EXPECT_NE(result.messages, "");
+    }
+  }
 }
 
 TEST_F(DepthrwStreams, LostDataIsAFailure) {

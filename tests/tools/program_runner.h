@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -36,7 +37,7 @@ struct ProgramResult {
 };
 
 /// What the program gets as a standard stream.
-enum class Stream { kUsual, kClosed, kFull, kBrokenPipe };
+enum class Stream { kUsual, kClosed, kNullDevice, kFull, kBrokenPipe };
 
 /// How a program is started.
 struct ProgramStart {
@@ -44,6 +45,7 @@ struct ProgramStart {
   Stream input = Stream::kUsual;
   Stream output = Stream::kUsual;
   std::string working_directory = {};  ///< empty: the test's
+  std::function<bool()> prepare = {};  ///< what else the new process does before; 126 when false
 };
 
 inline void sleep_seconds(double seconds) {
@@ -118,9 +120,13 @@ class RunningProgram {
     dup2(open(directory_.file("messages").c_str(), kFlags, 0600), STDERR_FILENO);
     dup2(open_output(start.output, kFlags), STDOUT_FILENO);
     if (start.input == Stream::kClosed) close(STDIN_FILENO);
+    if (start.input == Stream::kNullDevice) {
+      dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+    }
     if (start.output == Stream::kClosed) close(STDOUT_FILENO);
     const std::string& place = start.working_directory;
     if (!place.empty() && chdir(place.c_str()) != 0) _exit(126);
+    if (start.prepare && !start.prepare()) _exit(126);
     std::vector<char*> argv;
     std::string program = start.program;
     argv.push_back(program.data());

@@ -52,6 +52,11 @@ inline void paint(int number, float* depth, unsigned char* colour) {
   }
 }
 
+inline void paint_flat(int number, float* depth, unsigned char* colour) {
+  std::fill_n(depth, kPixels, left_depth(number));
+  std::fill_n(colour, kColourBytes, static_cast<unsigned char>(10 + number % 200));
+}
+
 inline bool shows(int number, const float* depth, const unsigned char* colour) {
   constexpr float kTolerance = 0.041F;
   const bool has_depth = std::fabs(depth[0] - left_depth(number)) < kTolerance &&
@@ -60,15 +65,21 @@ inline bool shows(int number, const float* depth, const unsigned char* colour) {
          std::abs(colour[kColourBytes - 1] - (10 + number % 200)) <= 3;
 }
 
+inline bool shows_flat(int number, const float* depth, const unsigned char* colour) {
+  return std::fabs(depth[kPixels - 1] - left_depth(number)) < 0.041F &&
+         std::abs(colour[kColourBytes - 1] - (10 + number % 200)) <= 3;
+}
+
 /// Reads frames by themselves, to see whether they are whole.
 class FrameLook {
  public:
-  bool is_whole(int number, const std::string& base, const std::string& colour_name) {
+  /// Whether the files are whole, and `shows` the right frame.
+  template <typename Shows>
+  bool is_whole(const std::string& base, const std::string& colour_name, const Shows& shows) {
     Text name(base);
     if (!load_compressed_data_vostrel(record_.get(), name)) return false;
     const JpegReadResult colour = read_jpeg_file(colour_name.c_str(), colour_);
-    return colour.decoded && colour.warnings == 0 &&
-           shows(number, record_->LoadedDepth, colour_.data());
+    return colour.decoded && colour.warnings == 0 && shows(record_->LoadedDepth, colour_.data());
   }
 
  private:
@@ -85,23 +96,21 @@ class Recorder {
   virtual ~Recorder() = default;
   /// Makes a frame the current one.
   virtual void show(int number) = 0;
+  /// The same with a frame whose files are small.
+  virtual void show_flat(int number) = 0;
   /// Captures it; whether it is in the ring and, if that was asked for, on the disk.
   virtual bool capture(const Moment& m, bool records) = 0;
   virtual bool record_ring(const Moment& start, const Moment& stop) = 0;
 
   /// Whether a frame lies below the directory, whole.
   bool has(int number, const Moment& m) {
-    namespace fs = std::filesystem;
-    const std::string stamp = stamp_of(m);
-    for (const fs::path& place : places_of(m)) {
-      const std::string start = place.string() + "/";
-      const bool names_stem_first = fs::exists(start + "depth-" + stamp + ".rle");
-      const std::string base = start + (names_stem_first ? "depth-" + stamp : stamp + "-depth");
-      const std::string colour =
-          start + (names_stem_first ? "bgrimage-" + stamp : stamp + "-bgrimage") + ".jpg";
-      if (look_.is_whole(number, base, colour)) return true;
-    }
-    return false;
+    return has_frame(
+        m, [&](const float* depth, const unsigned char* c) { return shows(number, depth, c); });
+  }
+  bool has_flat(int number, const Moment& m) {
+    return has_frame(m, [&](const float* depth, const unsigned char* c) {
+      return shows_flat(number, depth, c);
+    });
   }
 
   const std::string& directory() const { return directory_; }
@@ -111,17 +120,36 @@ class Recorder {
   virtual std::vector<std::filesystem::path> places_of(const Moment& m) const = 0;
 
  private:
+  template <typename Shows>
+  bool has_frame(const Moment& m, const Shows& shows) {
+    namespace fs = std::filesystem;
+    const std::string stamp = stamp_of(m);
+    for (const fs::path& place : places_of(m)) {
+      const std::string start = place.string() + "/";
+      const bool names_stem_first = fs::exists(start + "depth-" + stamp + ".rle");
+      const std::string base = start + (names_stem_first ? "depth-" + stamp : stamp + "-depth");
+      const std::string colour =
+          start + (names_stem_first ? "bgrimage-" + stamp : stamp + "-bgrimage") + ".jpg";
+      if (look_.is_whole(base, colour, shows)) return true;
+    }
+    return false;
+  }
+
   std::string directory_;
   FrameLook look_;
 };
 
-class FirstRecorder : public Recorder {
+class FirstGenerationRecorder : public Recorder {
  public:
-  explicit FirstRecorder(const std::string& directory) : Recorder(directory), engine_(4) {
-    folder_ = directory + "/";
-  }
+  explicit FirstGenerationRecorder(const std::string& directory, int slots = 4)
+      : Recorder(directory), engine_(slots), folder_(directory + "/") {}
+  KV_RGBD_CameraCompression& engine() { return engine_; }
   void show(int number) override {
     paint(number, depth_.data(), colour_.data());
+    engine_.input(depth_.data(), colour_.data());
+  }
+  void show_flat(int number) override {
+    paint_flat(number, depth_.data(), colour_.data());
     engine_.input(depth_.data(), colour_.data());
   }
   bool capture(const Moment& m, bool records) override {
@@ -157,7 +185,9 @@ template <typename Engine>
 class StampedRecorder : public Recorder {
  public:
   using Recorder::Recorder;
+  Engine& engine() { return engine_; }
   void show(int number) override { paint(number, engine_.DepthMap, engine_.ColourImage); }
+  void show_flat(int number) override { paint_flat(number, engine_.DepthMap, engine_.ColourImage); }
   bool capture(const Moment& m, bool records) override {
     return test::capture(engine_, records, m) && engine_.RECORDED == records;
   }
@@ -170,9 +200,9 @@ class StampedRecorder : public Recorder {
 };
 
 /// Two frames in each sub-directory.
-class SecondRecorderBench : public StampedRecorder<KV_RGBD_CameraCompression2> {
+class SecondGenerationRecorder : public StampedRecorder<KV_RGBD_CameraCompression2> {
  public:
-  explicit SecondRecorderBench(const std::string& directory) : StampedRecorder(directory) {
+  explicit SecondGenerationRecorder(const std::string& directory) : StampedRecorder(directory) {
     start_engine(engine_, {.directory = directory,
                            .colour_stem = "bgrimage",
                            .history = 4,
@@ -187,9 +217,9 @@ class SecondRecorderBench : public StampedRecorder<KV_RGBD_CameraCompression2> {
   }
 };
 
-class ThirdRecorderBench : public StampedRecorder<KV_RGBD_CameraCompression3> {
+class ThirdGenerationRecorder : public StampedRecorder<KV_RGBD_CameraCompression3> {
  public:
-  explicit ThirdRecorderBench(const std::string& directory) : StampedRecorder(directory) {
+  explicit ThirdGenerationRecorder(const std::string& directory) : StampedRecorder(directory) {
     KV_RGBD_CameraCompression3_parameters parameters;
     set_recording(parameters, directory);
     set_colour(parameters);
@@ -207,9 +237,9 @@ class ThirdRecorderBench : public StampedRecorder<KV_RGBD_CameraCompression3> {
 };
 
 inline std::unique_ptr<Recorder> make_recorder(int generation, const std::string& directory) {
-  if (generation == 1) return std::make_unique<FirstRecorder>(directory);
-  if (generation == 2) return std::make_unique<SecondRecorderBench>(directory);
-  return std::make_unique<ThirdRecorderBench>(directory);
+  if (generation == 1) return std::make_unique<FirstGenerationRecorder>(directory);
+  if (generation == 2) return std::make_unique<SecondGenerationRecorder>(directory);
+  return std::make_unique<ThirdGenerationRecorder>(directory);
 }
 
 }  // namespace depth_io::test

@@ -52,12 +52,14 @@ int main(int argc, char** argv) {
 
   int frames = 0;
   while (player.Read(/*debug=*/0)) {
-    // Frames of the first minute that lie before the range are passed over.
+    // Playback goes by whole minutes: it passes over what lies before the range in the first one,
+    // and would go on to the end of the last one. Times as texts are in the order of time.
     if (!player.REACHED_WANTED_START_TIME) continue;
+    if (player.getCurrentTimestamp() > argv[3]) break;
     ++frames;
     std::printf("%s: %.3f m in the middle, blue %d\n", player.getCurrentTimestamp().c_str(),
                 static_cast<double>(player.DepthMap[kMiddle]), player.ColourImage[3 * kMiddle]);
   }
   std::printf("%d frames\n", frames);
-  return player.REACHED_WANTED_STOP_TIME ? EXIT_SUCCESS : EXIT_FAILURE;
+  return frames > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

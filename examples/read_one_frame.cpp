@@ -1,4 +1,5 @@
-// Reads one recorded frame: depth in metres, points in space, colour. No engine is needed for that.
+// Reads one recorded frame: depth in metres, a point in space, colour. No engine is needed for
+// that.
 //
 //   read_one_frame DEPTH-FILES [COLOUR-FILE]
 //   read_one_frame recording/depth-00000007 recording/bgrimage-00000007.jpg
@@ -50,9 +51,12 @@ int main(int argc, char** argv) {
     if (r.LoadedDepth[i] >= 0.05F) ++readings;  // nearer: no reading, perhaps rounded up
   }
   std::printf("%d of %d pixels have a reading\n", readings, kWidth * kHeight);
-  std::printf(
-      "in the middle: x %.3f m, y %.3f m, z %.3f m\n", static_cast<double>(r.LoadedMapX[kMiddle]),
-      static_cast<double>(r.LoadedMapY[kMiddle]), static_cast<double>(r.LoadedDepth[kMiddle]));
+  // Where the middle of the image lies in space: right of the optical axis, below it, in front.
+  const float z = r.LoadedDepth[kMiddle];
+  const float x = (kWidth / 2 - r.loaded_cx) * z / r.loaded_a11;
+  const float y = (kHeight / 2 - r.loaded_cy) * z / r.loaded_a22;
+  std::printf("in the middle: x %.3f m, y %.3f m, z %.3f m\n", static_cast<double>(x),
+              static_cast<double>(y), static_cast<double>(z));
   std::printf("focal lengths: %.1f and %.1f pixels\n", static_cast<double>(r.loaded_a11),
               static_cast<double>(r.loaded_a22));
   if (argc < 3) return EXIT_SUCCESS;

@@ -70,6 +70,9 @@ int main(int argc, char** argv) {
   std::filesystem::create_directories(directory);
   std::vector<float> depth(kPixels, 2.0F);
   KV_RGBD_CameraCompression recorder(/*SizeBuffer=*/1);
+  recorder.a11 = recorder.a22 = 525.0F;  // your camera's focal lengths, pixels
+  recorder.cx = 319.5F;
+  recorder.cy = 239.5F;
   recorder.start_recording(directory.data(), stem.data(), /*number_digits=*/8);
   recorder.input(depth.data());
   const bool recorded = recorder.apply(/*current_frame=*/0, /*debug=*/0);

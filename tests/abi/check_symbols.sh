@@ -42,7 +42,7 @@ unversioned=$(nm --dynamic --defined-only "$library" | awk '$2 != "A" { print $3
   echo "not of version $version: $unversioned" >&2
   status=1
 }
-readelf --dynamic --wide "$library" | grep -qF "[$soname]" || {
+grep -qF "[$soname]" <<<"$(readelf --dynamic --wide "$library")" || {
   echo "the library's name is not $soname" >&2
   status=1
 }

@@ -28,8 +28,8 @@ expect_left_out() {
   [ "$(grep -c "^-- $part: left out: no " "$scratch/log")" = 1 ] || complain "$part: not one line"
   grep -q "^--   out  $part: no " "$scratch/log" || complain "$part: not out in the summary"
   for package in "$@"; do
-    grep "^-- $part: left out: " "$scratch/log" | grep -qF "(package $package)" || complain "$part: no word of $package"
-    grep "^-- for what is out: apt install" "$scratch/log" | grep -qw -- "$package" || complain "$package: not to install"
+    grep -qE "^-- $part: left out: .*\(package $package\)" "$scratch/log" || complain "$part: no word of $package"
+    grep -qE "^-- for what is out: apt install .*\b$package\b" "$scratch/log" || complain "$package: not to install"
   done
 }
 

@@ -47,7 +47,7 @@ field() {
 
 # expect_dependency NAME
 expect_dependency() {
-  field Depends "$file" | tr ',' '\n' | grep -qE "^ *$1( |$)" || complain "does not depend on $1: $(field Depends "$file")"
+  grep -qE "(^|, )$1( |,|$)" <<<"$(field Depends "$file")" || complain "does not depend on $1: $(field Depends "$file")"
 }
 
 for package in "$@"; do

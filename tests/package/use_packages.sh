@@ -40,8 +40,8 @@ man --warnings countEntriesInDir >/dev/null
 bash -n /usr/share/bash-completion/completions/depthrw
 zsh -n /usr/share/zsh/vendor-completions/_depthrw
 fish --no-execute /usr/share/fish/vendor_completions.d/depthrw.fish
-fish -c 'complete --do-complete "depthrw record --lay"' | grep -q '^--layout'
-fish -c 'complete --do-complete "depthrw record --layout t"' | grep -q '^tree'
+[[ $(fish -c 'complete --do-complete "depthrw record --lay"') == --layout* ]]
+[[ $(fish -c 'complete --do-complete "depthrw record --layout t"') == tree* ]]
 zsh -c 'autoload -Uz compinit && compinit -u && [[ -n $_comps[depthrw] ]]'
 
 step "C++ programs"

@@ -51,6 +51,7 @@ for command in $commands; do
   sed -nE "/^ +depthrw $command( |\$)/,/^ +depthrw [a-z]+( |\$)/p" "$scratch/page" >"$scratch/part"
   sed -nE "/^ *$command\)\$/,/;;/p" "$reference/_depthrw" >"$scratch/zsh"
   completions "$command" - >"$scratch/completed-options"
+  grep -F "from $command'" "$reference/depthrw.fish" >"$scratch/fish"
   for option in $("$depthrw" "$command" --help | sed -n '/^Options:/,$s/^  \(-[^ ]*\).*/\1/p' | tr ',' ' '); do
     options=$((options + 1))
     grep -qwF -- "$option" "$scratch/part" || complain "the manual page lacks $command $option"
@@ -58,7 +59,7 @@ for command in $commands; do
     grep -qF -- "'${option}[" "$scratch/zsh" || complain "zsh lacks $command $option"
     switch="-l ${option#--} "
     [[ $option == --* ]] || switch="-s ${option#-} "
-    grep -F "from $command'" "$reference/depthrw.fish" | grep -qF -- "$switch" || complain "fish lacks $command $option"
+    grep -qF -- "$switch" "$scratch/fish" || complain "fish lacks $command $option"
   done
 done
 [ "$options" -ge 50 ] || complain "the help has too few options: $options"

@@ -3,6 +3,8 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME camera-depth-rw)
 set(CPACK_PACKAGE_VENDOR "The camera_depth_rw developers")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+# Each package has a short description of its own; one of the project would come before it.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)

@@ -31,7 +31,19 @@ for line in "  in   library" "  out  camera reader: " "  out  program depthrw: "
     exit 1
   }
 done
+echo "== use"
+in_debian sh -c 'cd /root/sources && tests/abi/check_symbols.sh build/libcamera_depth_rw.so tests/abi/symbols.txt'
 in_debian sh -c 'cd /root/sources && cmake --install build && ldconfig && g++ -std=c++20 \
   -I/usr/local/include/camera_depth_rw examples/record_and_read.cpp -lcamera_depth_rw -o /root/record_and_read &&
   /root/record_and_read /root/recording' >"$scratch/used.txt"
 tail -n 1 "$scratch/used.txt"
+# There is no camera reader, and CMake says so.
+if in_debian sh -c 'cd /root/sources && cmake -S tests/install/consumer -B /root/consumer' >"$scratch/camera.txt" 2>&1; then
+  echo "the component camera was found in a library without it" >&2
+  exit 1
+fi
+grep -qF "built without OpenNI" <<<"$(tr -s ' \n' ' ' <"$scratch/camera.txt")" || {
+  cat "$scratch/camera.txt" >&2
+  exit 1
+}
+echo "a plain build works"

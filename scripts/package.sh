@@ -1,23 +1,25 @@
 #!/usr/bin/env bash
 # Builds the Debian packages into build/package/packages: libcamera-depth-rw1, libcamera-depth-rw-dev, depthrw and
 # python3-camera-depth-rw.
-# Usage: scripts/package.sh           builds them
-#        scripts/package.sh --check   also installs them with apt in a fresh Debian 12 and uses them there (wants root)
+# Usage: scripts/package.sh [--check] [CMAKE-OPTION...]
+#        --check   also installs them with apt in a fresh Debian 12 and uses them there (wants root)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 check=
 case "${1:-}" in
-  "") ;;
-  --check) check=yes ;;
-  *)
-    sed -n '4,5s/^# //p' "$0" >&2
-    exit 2
+  --check)
+    check=yes
+    shift
+    ;;
+  --help)
+    sed -n '4,5s/^# //p' scripts/package.sh
+    exit 0
     ;;
 esac
 
 scripts/install_dependencies.sh package
-cmake --preset package >/dev/null
+cmake --preset package "$@" >/dev/null
 cmake --build --preset package --parallel "${JOBS:-$(nproc)}" >&2
 packages=$PWD/build/package/packages
 rm -rf "$packages"

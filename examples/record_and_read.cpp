@@ -32,6 +32,9 @@ int main(int argc, char** argv) {
   char stem[] = "depth";
 
   KV_RGBD_CameraCompression recorder(/*SizeBuffer=*/3);
+  recorder.a11 = recorder.a22 = 525.0F;  // focal lengths, pixels
+  recorder.cx = 319.5F;
+  recorder.cy = 239.5F;
   recorder.start_recording(directory.data(), stem, /*number_digits=*/8);
   for (int frame = 0; frame < kFrames; ++frame) {
     std::vector<float> depth = plane_at(distance_of(frame));

@@ -7,45 +7,17 @@
 #include <utility>
 #include <vector>
 
-#include "tools/camera_command.h"
-#include "tools/catalogue_command.h"
-#include "tools/dump_command.h"
-#include "tools/export/export_command.h"
 #include "tools/failure.h"
-#include "tools/info_command.h"
 #include "tools/interruption.h"
 #include "tools/output.h"
-#include "tools/play_command.h"
-#include "tools/record_command.h"
-#include "tools/repair_command.h"
-#include "tools/scripts_command.h"
-#include "tools/verify_command.h"
-#if defined(DEPTHRW_HAS_VIEWER)
-#include "tools/view_command.h"
-#endif
+#include "tools/program.h"
 
 namespace depth_io::tools {
 namespace {
 
 int run_program(int argc, char** argv) {
-  CLI::App program("Records, plays back and verifies the frames of a depth camera.", "depthrw");
-  program.set_version_flag("--version", "depthrw " DEPTHRW_VERSION);
-  program.require_subcommand(1);
-  program.footer(
-      "Exit status: 0 good, 1 failed, 2 wrong arguments, 3 partly done.\n"
-      "depthrw COMMAND --help tells about a command.");
-  const std::vector<std::function<int()>> commands = {
-      add_record_command(program),  add_play_command(program),      add_verify_command(program),
-      add_info_command(program),    add_catalogue_command(program), add_dump_command(program),
-      add_scripts_command(program), add_summaries_command(program), add_export_command(program),
-      add_repair_command(program),
-#ifdef DEPTHRW_HAS_OPENNI
-      add_camera_command(program),
-#endif
-#ifdef DEPTHRW_HAS_VIEWER
-      add_view_command(program),
-#endif
-  };
+  CLI::App program;
+  const std::vector<std::function<int()>> commands = describe_program(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -9,7 +9,7 @@ shift
 promised=$(cat "$@" | grep -vE '^(#|$)')
 # Demangled names without arguments, ABI tags and, of template instances, return types; what the standard
 # library's templates leave is not ours.
-exported=$(nm --dynamic --defined-only --demangle "$library" | cut -d' ' -f3- |
+exported=$(nm --dynamic --defined-only --without-symbol-versions --demangle "$library" | awk '$2 != "A"' | cut -d' ' -f3- |
   sed -E 's/^(vtable|typeinfo|typeinfo name|guard variable|VTT) for //; s/\[abi:[^]]*\]//g; s/\(.*//' |
   grep -vE '(^|[ <])(std|__gnu_cxx)::' | sed -E 's/^[a-z ]+ //' | sort -u)
 

@@ -41,6 +41,7 @@ rm -rf dist
 node build.mjs dist
 {
   list_sources
+  echo dist/LICENSE.three
   echo dist/app.css
   echo dist/app.js
   echo dist/index.html

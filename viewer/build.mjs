@@ -26,8 +26,11 @@ await build({
 await build({
   entryPoints: { app: join(here, 'src/app.css') },
   outdir: target,
+  bundle: true,
   minify: true,
   target: ['chrome110', 'firefox115', 'safari16'],
   logLevel: 'warning',
 });
 copyFileSync(join(here, 'src/index.html'), join(target, 'index.html'));
+// The licence of what is bundled.
+copyFileSync(join(here, 'node_modules/three/LICENSE'), join(target, 'LICENSE.three'));

@@ -40,7 +40,11 @@ class Bytes {
   template <typename Value>
   std::vector<Value> take_all(std::size_t count) {
     std::vector<Value> values(count);
-    for (Value& value : values) value = take<Value>();
+    const std::size_t size = count * sizeof(Value);
+    if (size > 0 && place_ + size <= bytes_.size()) {
+      std::memcpy(values.data(), bytes_.data() + place_, size);
+    }
+    place_ += size;
     return values;
   }
   bool at_end() const { return place_ == bytes_.size(); }

@@ -1,6 +1,6 @@
 // The page of depthrw view, driven in a browser as a user does.
 import assert from 'node:assert/strict';
-import { readFileSync, readdirSync, renameSync, rmSync, mkdirSync, writeFileSync } from 'node:fs';
+import { readFileSync, readdirSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import {
@@ -342,83 +342,6 @@ test('its texts stand out in light and in dark', async () => {
     });
     for (const [pair, contrast] of contrasts) assert.ok(contrast >= 4.5, `${pair} in ${theme}: ${contrast.toFixed(2)}`);
   }
-});
-
-test('it goes on over a damaged frame, and tells in its place what is wrong', async () => {
-  const damaged = join(directory, 'damaged');
-  run('record', '--out', damaged, '--source', 'synthetic', '--layout', 'flat', '--frames', '6');
-  rmSync(join(damaged, 'depth-00000002.rle'));
-  writeFileSync(join(damaged, 'bgrimage-00000003.jpg'), 'no picture');
-  const shown = await startViewer(damaged, join(directory, 'damaged-exports'));
-  const own = await openPage(browser.context, shown.address);
-  await own.keyboard.press('ArrowRight');
-  await own.keyboard.press('ArrowRight');
-  await waitForFrame(own, 2);
-  assert.match(await own.locator('#depth-stage .stage-message').textContent(), /depth-00000002.*\.rle' is missing/);
-  await own.keyboard.press('ArrowRight');
-  await waitForFrame(own, 3);
-  assert.match(await own.locator('#colour-stage .stage-message').textContent(), /No colour image/);
-  await own.keyboard.press('Home');
-  await waitForFrame(own, 0);
-  await own.keyboard.press('Space');
-  await waitForFrame(own, 5);
-  await own.close();
-  await shown.stop();
-});
-
-test('it shows frames that have neither times nor colour, and a single one', async () => {
-  const plain = join(directory, 'plain');
-  run('record', '--out', plain, '--source', 'synthetic', '--layout', 'numbered', '--per-directory', '2', '--frames', '3', '--no-colour');
-  const flat = join(directory, 'flat');
-  run('record', '--out', flat, '--source', 'synthetic', '--layout', 'flat', '--frames', '1', '--no-colour');
-  rmSync(join(flat, 'recording.json'));
-  for (const [path, last] of [
-    [plain, 2],
-    [flat, 0],
-  ]) {
-    const shown = await startViewer(path, join(directory, 'more-exports'));
-    const own = await openPage(browser.context, shown.address);
-    assert.equal(await own.locator('#colour-panel').isVisible(), false);
-    await own.keyboard.press('End');
-    await waitForFrame(own, last);
-    await own.keyboard.press('Space');
-    await own.locator('#play[aria-label=Play]').waitFor();
-    await own.close();
-    await shown.stop();
-  }
-});
-
-test('it follows a recording that grows', async () => {
-  const growing = join(directory, 'growing');
-  const aside = join(directory, 'aside');
-  run('record', '--out', growing, '--source', 'synthetic', '--layout', 'flat', '--frames', '4');
-  mkdirSync(aside);
-  const late = readdirSync(growing).filter((name) => name.includes('00000003'));
-  for (const name of late) renameSync(join(growing, name), join(aside, name));
-  const shown = await startViewer(growing, join(directory, 'growing-exports'));
-  const own = await openPage(browser.context, shown.address);
-  await own.keyboard.press('f');
-  await waitForFrame(own, 2);
-  for (const name of late) renameSync(join(aside, name), join(growing, name));
-  await waitForFrame(own, 3);
-  await own.close();
-  await shown.stop();
-});
-
-test('it wants the whole address', async () => {
-  const own = await browser.context.newPage();
-  await own.goto(viewer.address.replace(/#.*/, ''));
-  await own.locator('#gate', { hasText: 'whole address' }).waitFor();
-  await own.close();
-});
-
-test('it tells when the server is gone', async () => {
-  const shown = await startViewer(recording, join(directory, 'gone-exports'));
-  const own = await openPage(browser.context, shown.address);
-  await shown.stop();
-  await own.keyboard.press('End');
-  await own.locator('#trouble', { hasText: 'does not answer' }).waitFor();
-  await own.close();
 });
 
 test('it asked nobody but its server, and nothing went wrong in it', () => {

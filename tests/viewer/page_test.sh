@@ -32,7 +32,7 @@ fi
 
 npx tsc --noEmit
 node build.mjs bundle
-for file in index.html app.js app.css; do
+for file in index.html app.js app.css LICENSE.three; do
   cmp "bundle/$file" "$viewer/dist/$file" || {
     echo "viewer/dist is not what its sources make: run scripts/build_viewer.sh" >&2
     exit 1
@@ -40,4 +40,4 @@ for file in index.html app.js app.css; do
 done
 node_modules/.bin/esbuild tests/parts.test.ts --bundle --platform=node --format=esm --outfile=tests/parts.test.mjs \
   --log-level=warning
-DEPTHRW=$depthrw REAL_FRAMES=$real_frames node --test tests/parts.test.mjs tests/page.test.mjs
+DEPTHRW=$depthrw REAL_FRAMES=$real_frames node --test tests/*.test.mjs

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "tools/failure.h"
+#include "tools/viewer/refused.h"
 #include "tools/viewer/request_rules.h"
 #include "tools/viewer/terminal_program.h"
 

@@ -42,12 +42,6 @@ class ExportJobs {
   /// Where they go and all of them, the newest first, JSON.
   std::string description() const;
 
-  /// Why an order is not taken.
-  struct Refused {
-    int status;
-    std::string reason;
-  };
-
  private:
   static constexpr std::size_t kMostAtWork = 2;
   static constexpr std::size_t kMostKept = 50;

@@ -5,17 +5,15 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string_view>
 
 #include "codec/frame_names.h"
-#include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/frame_check.h"
 #include "tools/frame_time.h"
+#include "tools/viewer/answers.h"
 #include "tools/viewer/frame_facts.h"
 #include "tools/viewer/frame_payload.h"
 #include "tools/viewer/resources.h"
@@ -29,74 +27,6 @@ using nlohmann::json;
 using HandlerResponse = httplib::Server::HandlerResponse;
 
 constexpr std::size_t kTokenBytes = 16;
-constexpr std::uint64_t kMostFrames = std::numeric_limits<std::uint32_t>::max();
-constexpr char kJson[] = "application/json";
-constexpr char kBinary[] = "application/octet-stream";
-
-/// The answer to a request that cannot be met.
-struct Refused {
-  int status;
-  std::string reason;
-};
-
-void reply(Response& response, std::string body, std::string_view content_type) {
-  response.status = 200;
-  response.body = std::move(body);
-  response.set_header("Content-Type", std::string(content_type));
-}
-
-void refuse(Response& response, int status, const std::string& reason,
-            const std::vector<std::string>& details = {}) {
-  reply(response,
-        json{{"error", reason}, {"details", details}}.dump(-1, ' ', false,
-                                                           json::error_handler_t::replace),
-        kJson);
-  response.status = status;
-}
-
-/// A parameter of the request that must be a whole number.
-std::uint64_t number_parameter(const Request& request, const char* name,
-                               std::uint64_t most = kMostFrames) {
-  const auto number = parse_count(request.get_param_value(name), most);
-  if (request.get_param_value_count(name) != 1 || !number) {
-    throw Refused{
-        400, std::string("'") + name + "' must be a whole number up to " + std::to_string(most)};
-  }
-  return *number;
-}
-
-std::uint64_t number_field(const json& body, const char* name, std::uint64_t least,
-                           std::uint64_t most) {
-  const auto field = body.find(name);
-  if (field == body.end() || !field->is_number_unsigned() || field->get<std::uint64_t>() < least ||
-      field->get<std::uint64_t>() > most) {
-    throw Refused{400, std::string("'") + name + "' must be a whole number from " +
-                           std::to_string(least) + " to " + std::to_string(most)};
-  }
-  return field->get<std::uint64_t>();
-}
-
-std::string text_field(const json& body, const char* name) {
-  const auto field = body.find(name);
-  if (field == body.end() || !field->is_string()) {
-    throw Refused{400, std::string("'") + name + "' must be a text"};
-  }
-  return field->get<std::string>();
-}
-
-bool flag_field(const json& body, const char* name) {
-  const auto field = body.find(name);
-  if (field == body.end() || !field->is_boolean()) {
-    throw Refused{400, std::string("'") + name + "' must be true or false"};
-  }
-  return field->get<bool>();
-}
-
-json parsed_body(const Request& request) {
-  json body = json::parse(request.body, nullptr, false);
-  if (!body.is_object()) throw Refused{400, "the request must be a JSON object"};
-  return body;
-}
 
 /// Places of frames hold only for the recording that the page has seen.
 void check_generation(std::uint64_t asked, const RecordingView& view) {
@@ -196,8 +126,6 @@ void ViewerServer::add_routes() {
     try {
       std::rethrow_exception(std::move(error));
     } catch (const Refused& refused) {
-      refuse(response, refused.status, refused.reason);
-    } catch (const ExportJobs::Refused& refused) {
       refuse(response, refused.status, refused.reason);
     } catch (const std::exception& failure) {
       refuse(response, 500, failure.what());

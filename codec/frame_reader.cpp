@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <optional>
@@ -182,7 +183,9 @@ class RowRebuilder {
   /// Puts the next run, as much of it as there is room for; returns its length.
   std::size_t put_run(int* labels, std::size_t room) {
     const std::size_t count = runs_ ? std::min(runs_->length(), room) : room;
-    std::fill_n(labels, count, runs_ ? runs_->label() : -1);
+    // Labels are mostly those of the frame before: what is not written need not be written back.
+    depth_io::pixel_kernels().refill(labels, count,
+                                     static_cast<std::uint32_t>(runs_ ? runs_->label() : -1));
     if (runs_) runs_->take(count);
     return count;
   }

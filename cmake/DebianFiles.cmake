@@ -16,7 +16,7 @@ foreach(pair IN LISTS CPACK_CAMERA_DEPTH_RW_PACKAGES)
   file(WRITE ${documents}/changelog.Debian
        "camera-depth-rw (${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; urgency=medium
 
-  * Built from the sources of version ${CPACK_PACKAGE_VERSION}; what changed stands in CHANGELOG.md there.
+  * Built from the sources of version ${CPACK_PACKAGE_VERSION}.
 
  -- ${CPACK_DEBIAN_PACKAGE_MAINTAINER}  ${date}
 ")

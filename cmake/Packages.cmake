@@ -38,6 +38,7 @@ together with the colour images, and gives the metres back.")
 camera_depth_rw_package(
   library libcamera-depth-rw1 libs "recordings of depth cameras (library)"
   "The library that records, compresses and plays back frames of a depth camera.\n${about}")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
@@ -50,7 +51,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libopenni-dev, pkg-config, cmake"
 if(TARGET depthrw)
   camera_depth_rw_package(
     program depthrw utils "recordings of depth cameras (program)"
-    "Records, plays back, verifies, repairs and exports the frames of a depth camera.\n${about}")
+    "Records, plays back, verifies, repairs and exports frames of a depth camera.\n${about}")
   set(CPACK_COMPONENT_PROGRAM_DEPENDS library)
   set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS "ffmpeg, xdg-utils")
 endif()

@@ -7,7 +7,7 @@ build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-de
   libcpp-httplib-dev libopenni-dev pkg-config)
 python_packages=(pybind11-dev python3-dev python3-numpy)
 bench_packages=(libbenchmark-dev libzstd-dev)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind chromium ffmpeg
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind chromium ffmpeg doxygen
   python3-open3d python3-pytest python3-matplotlib mypy)
 
 case "${1:-test}" in

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build into a fresh prefix and runs the tutorial with it, in a fresh directory.
-# Usage: try_tutorial.sh SOURCE-DIRECTORY BUILD-DIRECTORY CXX-COMPILER PYTHON PYTHON-DIRECTORY
+# Installs a build into a fresh prefix and runs the tutorial and what README.md shows with it.
+# Usage: try_pages.sh SOURCE-DIRECTORY BUILD-DIRECTORY CXX-COMPILER PYTHON PYTHON-DIRECTORY
 set -euo pipefail
 source=$1
 build=$2
@@ -21,3 +21,4 @@ export PYTHONPATH=$prefix/$python_directory
 export CMAKE_PREFIX_PATH=$prefix
 export CXX=$cxx
 "$python" "$source/tests/docs/run_document.py" "$source/docs/tutorial.md" "$scratch/tutorial"
+"$python" "$source/tests/docs/try_readme.py" "$source/README.md" "$prefix/include/camera_depth_rw" "$scratch/readme"

@@ -18,4 +18,6 @@ if(CAMERA_DEPTH_RW_DOXYGEN)
     COMMAND ${CAMERA_DEPTH_RW_DOXYGEN} ${PROJECT_BINARY_DIR}/Doxyfile
     COMMENT "Reference of the public headers: ${reference_directory}/html/index.html"
     VERBATIM)
+else()
+  message(STATUS "reference of the headers: left out: no Doxygen (package doxygen)")
 endif()

@@ -1,4 +1,4 @@
-"""docs/format.md suffices to read a recording: a program written after it alone gives the library's depths."""
+"""docs/format.md suffices to read a recording: a program written after it alone gives its depths."""
 
 from __future__ import annotations
 
@@ -64,6 +64,5 @@ def test_its_command_tells_the_range(tree: str) -> None:
         check=True,
     )
     readings = frame.depth[frame.valid]
-    assert result.stdout == (
-        f"{readings.min():.3f} .. {readings.max():.3f} m, {readings.size} of {frame.depth.size} pixels\n"
-    )
+    span = f"{readings.min():.3f} .. {readings.max():.3f} m"
+    assert result.stdout == f"{span}, {readings.size} of {frame.depth.size} pixels\n"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails when a page links to a file or a heading that there is not, or when a page of docs/ cannot be reached from README.md.
+"""Fails when a page links to a file or a heading that there is not, or README.md leaves out a page of docs/.
 
 Usage: check_links.py SOURCE-DIRECTORY
 """
@@ -47,7 +47,11 @@ def main() -> int:
                 faults.append(f"{page.relative_to(source)}: there is no heading {link}")
             if page.name == "README.md":
                 reached.add(target)
-    faults += [f"README.md does not link to docs/{page.name}" for page in pages if page.parent == source / "docs" and page not in reached]
+    faults += [
+        f"README.md does not link to docs/{page.name}"
+        for page in pages
+        if page.parent == source / "docs" and page not in reached
+    ]
     for fault in faults:
         print(fault, file=sys.stderr)
     print(f"{len(pages)} pages")

@@ -13,12 +13,12 @@ import sys
 
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z0-9-]*")
 # Options of programs that are not of this project, as they are named alone.
-FOREIGN = {"--config", "--build", "--preset", "--prefix", "--install", "--parallel", "--cflags", "--libs"}
+FOREIGN = {"--build", "--cflags", "--install", "--libs", "--parallel", "--prefix", "--preset"}
 
 
 def help_of(program: str, *command: str) -> str:
-    result = subprocess.run([program, *command, "--help"], capture_output=True, text=True, check=True)
-    return result.stdout
+    call = [program, *command, "--help"]
+    return subprocess.run(call, capture_output=True, text=True, check=True).stdout
 
 
 def commands_of(program: str) -> dict[str, set[str]]:
@@ -57,7 +57,11 @@ def faults_of(page: str, commands: dict[str, set[str]], scripts: str) -> list[st
             if name not in commands:
                 faults.append(f"there is no command depthrw {name}: {code}")
                 continue
-            faults += [f"depthrw {name} has no {option}: {code}" for option in options if option not in commands[name]]
+            faults += [
+                f"depthrw {name} has no {option}: {code}"
+                for option in options
+                if option not in commands[name]
+            ]
         if code.startswith("--"):
             faults += [
                 f"nothing has {option}: {code}"
@@ -73,7 +77,9 @@ def faults_of(page: str, commands: dict[str, set[str]], scripts: str) -> list[st
 def main() -> int:
     program, source = sys.argv[1], pathlib.Path(sys.argv[2])
     commands = commands_of(program)
-    scripts = "".join(f"scripts/{path.name}\n{path.read_text()}" for path in sorted((source / "scripts").glob("*.sh")))
+    scripts = "".join(
+        f"scripts/{path.name}\n{path.read_text()}" for path in (source / "scripts").glob("*.sh")
+    )
     pages = [*sorted(source.glob("*.md")), *sorted((source / "docs").glob("*.md"))]
     named = 0
     status = 0

@@ -5,10 +5,12 @@ Usage: run_document.py PAGE SCRATCH-DIRECTORY [--install SOURCE-DIRECTORY]
 
 Fenced blocks of the page say by their first line what they are:
 
-    sh            commands; all of them run in one shell in the scratch directory, and stop at the first that fails
+    sh            commands; all of them run in one shell in the scratch directory, up to the first
+                  that fails
     sh install    commands that install; they run in the source directory, and only with --install
     LANGUAGE FILE a file of this name, which is there before the commands run
-    text          what the block of commands before it prints; "..." stands for any text, a line of its own for any lines
+    text          what the block of commands before it prints; "..." stands for any text, on a line
+                  of its own for any lines
 
 Any other block is an error: nothing on the page stays untried.
 """
@@ -78,7 +80,8 @@ def shell_script(blocks: list[Block], outputs: pathlib.Path, sources: pathlib.Pa
             continue
         lines.append(f"exec >{shlex.quote(str(output_file(outputs, block)))} 2>&1")
         if block.info[1:]:
-            lines += [f"pushd {shlex.quote(str(sources))} >/dev/null", block.text, "popd >/dev/null"]
+            there = shlex.quote(str(sources))
+            lines += [f"pushd {there} >/dev/null", block.text, "popd >/dev/null"]
         else:
             lines.append(block.text)
     return "\n".join(lines) + "\n"
@@ -100,7 +103,9 @@ def check_outputs(blocks: list[Block], outputs: pathlib.Path) -> None:
             continue
         printed = output_file(outputs, commands).read_text()
         if pattern_of(shown.text).fullmatch(printed) is None:
-            raise PageError(f"line {shown.line}: shown is\n{shown.text}\nbut printed was\n{printed}")
+            raise PageError(
+                f"line {shown.line}: shown is\n{shown.text}\nbut printed was\n{printed}"
+            )
 
 
 def run(page: pathlib.Path, scratch: pathlib.Path, sources: pathlib.Path | None) -> int:
@@ -114,9 +119,11 @@ def run(page: pathlib.Path, scratch: pathlib.Path, sources: pathlib.Path | None)
     script = shell_script(blocks, outputs, sources)
     result = subprocess.run(["bash", "-c", script], cwd=work, stdin=subprocess.DEVNULL)
     if result.returncode != 0:
-        tried = [block for block in blocks if output_file(outputs, block).exists()]
-        printed = output_file(outputs, tried[-1]).read_text()
-        raise PageError(f"line {tried[-1].line}: status {result.returncode}\n{tried[-1].text}\n{printed}")
+        failed = [block for block in blocks if output_file(outputs, block).exists()][-1]
+        printed = output_file(outputs, failed).read_text()
+        raise PageError(
+            f"line {failed.line}: status {result.returncode}\n{failed.text}\n{printed}"
+        )
     check_outputs(blocks, outputs)
     return len(blocks)
 

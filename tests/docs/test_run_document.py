@@ -15,7 +15,8 @@ def run_page(page: str, install: bool = False) -> int:
         path.write_text(page)
         sources = pathlib.Path(directory) / "sources"
         sources.mkdir()
-        return run_document.run(path, pathlib.Path(directory) / "scratch", sources if install else None)
+        scratch = pathlib.Path(directory) / "scratch"
+        return run_document.run(path, scratch, sources if install else None)
 
 
 class RunDocument(unittest.TestCase):
@@ -24,11 +25,15 @@ class RunDocument(unittest.TestCase):
             run_page(page, install)
 
     def test_all_blocks_are_one_session(self) -> None:
-        page = "```sh\nmkdir a\ncd a\nb=7\n```\n```sh\necho $b >../c\ncat ../c\n```\n```text\n7\n```\n"
+        page = (
+            "```sh\nmkdir a\ncd a\nb=7\n```\n"
+            "```sh\necho $b >../c\ncat ../c\n```\n```text\n7\n```\n"
+        )
         self.assertEqual(run_page(page), 3)
 
     def test_files_are_there_before_commands_run(self) -> None:
-        self.assertEqual(run_page("```sh\ncat a/b.py\n```\n```text\nx\n```\n```python a/b.py\nx\n```\n"), 3)
+        page = "```sh\ncat a/b.py\n```\n```text\nx\n```\n```python a/b.py\nx\n```\n"
+        self.assertEqual(run_page(page), 3)
 
     def test_a_failed_command_ends_it(self) -> None:
         self.refuse("```sh\ntrue\n```\n\n```sh\nfalse\ntrue\n```\n", r"line 5: status 1")

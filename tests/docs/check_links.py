@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails when a page links to a file or a heading that there is not, or README.md leaves out a page of docs/.
+"""Fails when a page links to what is not there, or README.md leaves out a page of docs/.
 
 Usage: check_links.py SOURCE-DIRECTORY
 """

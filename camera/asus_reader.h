@@ -14,17 +14,20 @@
 /// any other order the calls fail with a message.
 class CAMERA_DEPTH_RW_EXPORT class_asus_reader {
  public:
-  xn::Context context;
+  xn::Context context;           ///< OpenNI itself
   xn::ScriptNode scriptNode;     ///< made by the configuration
   xn::EnumerationErrors errors;  ///< of the configuration
-  xn::DepthGenerator depth;
-  xn::ImageGenerator g_image;
-  XnFPSData xnFPS;                ///< frame-rate meter; null before the first `init`
-  xn::DepthMetaData depthMD;      ///< of the last depth frame
-  xn::ImageMetaData imageMD;      ///< of the last colour frame
-  unsigned char tempR[480][640];  ///< planes of a half-resolution colour image
+  xn::DepthGenerator depth;      ///< the camera's depth node
+  xn::ImageGenerator g_image;    ///< the camera's colour node
+  XnFPSData xnFPS;               ///< frame-rate meter; null before the first `init`
+  xn::DepthMetaData depthMD;     ///< of the last depth frame
+  xn::ImageMetaData imageMD;     ///< of the last colour frame
+  ///@{
+  /// Planes of a colour image of half the resolution.
+  unsigned char tempR[480][640];
   unsigned char tempG[480][640];
   unsigned char tempB[480][640];
+  ///@}
   float DepthMap[307201];  ///< [480*640] metres, row-major; 0: no reading; one spare entry
   unsigned char
       ColourImage[1000000];  ///< [480*640*3] R, G, B, row-major, in the first 921600 bytes
@@ -49,10 +52,10 @@ class CAMERA_DEPTH_RW_EXPORT class_asus_reader {
   /// Lets go of the camera. Harmless when there is none.
   void release();
 
-  int GetWidthDepth();   ///< of the last depth frame, pixels
-  int GetHeightDepth();  ///< of the last depth frame, pixels
-  int GetWidthImage();   ///< of the last colour frame, pixels
-  int GetHeightImage();  ///< of the last colour frame, pixels
+  int GetWidthDepth();   ///< Width of the last depth frame, pixels.
+  int GetHeightDepth();  ///< Height of the last depth frame, pixels.
+  int GetWidthImage();   ///< Width of the last colour frame, pixels.
+  int GetHeightImage();  ///< Height of the last colour frame, pixels.
 
  private:
   XnStatus open_configuration(char* path, int debug);
@@ -68,16 +71,22 @@ class CAMERA_DEPTH_RW_EXPORT class_asus_reader {
 /// The one camera of the process.
 extern CAMERA_DEPTH_RW_EXPORT class_asus_reader THE_READER;
 
-// The same camera without its class. `init`, `process` and `release` of `THE_READER`:
+// The same camera without its class.
+
+/// `THE_READER.init`.
 CAMERA_DEPTH_RW_EXPORT int INIT_ASUS_READER(char* SAMPLE_XML_PATH, int debug);
+/// `THE_READER.process`.
 CAMERA_DEPTH_RW_EXPORT void PROCESS_ASUS_READER(int debug);
+/// `THE_READER.release`.
 CAMERA_DEPTH_RW_EXPORT void RELEASE_ASUS_READER();
 
-// The size of the arrays, 640 * 480, whatever the camera delivers.
+///@{
+/// A side of the arrays in pixels, 640 * 480, whatever the camera delivers.
 CAMERA_DEPTH_RW_EXPORT int GET_WIDTH_DEPTH_ASUS_READER();
 CAMERA_DEPTH_RW_EXPORT int GET_HEIGHT_DEPTH_ASUS_READER();
 CAMERA_DEPTH_RW_EXPORT int GET_WIDTH_IMAGE_ASUS_READER();
 CAMERA_DEPTH_RW_EXPORT int GET_HEIGHT_IMAGE_ASUS_READER();
+///@}
 
 /// Metres at `index` of `DepthMap`; 0 outside it.
 CAMERA_DEPTH_RW_EXPORT float GET_DEPTH_ASUS_READER_AT(int index);

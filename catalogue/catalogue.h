@@ -28,6 +28,7 @@ CAMERA_DEPTH_RW_EXPORT int ListEntriesInSubDir(const char* dirname,
 /// key when there is none.
 CAMERA_DEPTH_RW_EXPORT int ReadInfoNbSubDir(char* dirname);
 
+///@{
 /// Sorts the `n` doubles of `pt` (increasing, or decreasing without `INCREASE`); `index[k]` tells
 /// where the k-th came from. Equal values come out in the order that the exchange of all pairs
 /// gives them, which is not their order before. `n` above `Length` prints an error, waits for a key
@@ -35,6 +36,7 @@ CAMERA_DEPTH_RW_EXPORT int ReadInfoNbSubDir(char* dirname);
 /// some 150 bytes a value.
 CAMERA_DEPTH_RW_EXPORT bool BubbleSort(int Length, double* pt, int* index, int n, bool INCREASE);
 CAMERA_DEPTH_RW_EXPORT bool BubbleSort(int Length, double* pt, int* index, int n);
+///@}
 
 /// Body of a command-line tool with one argument, a recording directory: lists it and prints the
 /// number of entries. Returns 0; any other number of arguments ends the process with status 1.

@@ -13,23 +13,31 @@ namespace depth_io {
 /// for a cut path names another place.
 class CAMERA_DEPTH_RW_EXPORT PathText {
  public:
+  /// Bytes of the longest path, its NUL included.
   static constexpr std::size_t kLargestSize = 512;
 
-  /// `size_limit` counts the NUL, too.
+  /// An empty path of at most `size_limit` bytes, the NUL included.
   explicit PathText(std::size_t size_limit = kLargestSize);
 
-  /// Adds to the end; null makes the path not fit.
+  ///@{
+  /// Adds to the end; null, or what is too long, makes the path not fit. Returns the path.
   PathText& append(const char* text);
   PathText& append(std::string_view text);
-  /// Adds `number` with exactly `digits` digits.
+  ///@}
+  /// Adds `number` with exactly `digits` digits, as `__GetStringFromInt`. Returns the path.
   PathText& append_number(int digits, int number);
   /// Cuts back to an earlier length, to try another ending.
   void cut_to(std::size_t length);
 
+  /// Whether everything that was added fits.
   bool fits() const { return fits_; }
+  /// Bytes of the text, without its NUL.
   std::size_t length() const { return length_; }
+  ///@{
+  /// The text, NUL-terminated; it belongs to the path.
   const char* c_str() const { return text_; }
   char* data() { return text_; }
+  ///@}
 
  private:
   char text_[kLargestSize];
@@ -38,15 +46,16 @@ class CAMERA_DEPTH_RW_EXPORT PathText {
   bool fits_ = true;
 };
 
-/// Writes `text` to `destination` (`size` bytes) if it fits; otherwise `destination` becomes empty.
+/// Writes `text` to `destination` (`size` bytes) if it fits; otherwise, and for a null `text`,
+/// `destination` becomes empty and the result false.
 CAMERA_DEPTH_RW_EXPORT bool copy_text(char* destination, std::size_t size, const char* text);
 
 /// What tells the frames of one directory apart: a stamp text, or else a number.
 struct FrameKey {
-  bool by_timestamp = false;
-  int number_digits = 0;
-  int frame_number = 0;
-  const char* timestamp = nullptr;
+  bool by_timestamp = false;        ///< the key is the stamp text, not the number
+  int number_digits = 0;            ///< digits of the number in a name
+  int frame_number = 0;             ///< the number
+  const char* timestamp = nullptr;  ///< 26 characters; belongs to the caller
 };
 
 /// Appends the name of a frame without extension: directory, then stem and key with a "-" between
@@ -67,10 +76,12 @@ CAMERA_DEPTH_RW_EXPORT void append_minute_folder(PathText& path, const Moment& m
 CAMERA_DEPTH_RW_EXPORT void append_numbered_folder(PathText& path, const char* directory,
                                                    int number);
 
+///@{
 /// Endings of a frame's files. The code image and the colour image share theirs: the stems differ.
 inline constexpr char kLabelMapEnding[] = ".rle";
 inline constexpr char kReferenceEnding[] = ".ref";
 inline constexpr char kJpegEnding[] = ".jpg";
 inline constexpr char kErrorEnding[] = ".err";
+///@}
 
 }  // namespace depth_io

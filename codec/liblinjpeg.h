@@ -18,6 +18,7 @@ class CAMERA_DEPTH_RW_EXPORT JpegFile {
   /// Writes `dataBuf` ([height*widthPix*3] bytes) as a colour JPEG, or as a grey one of luminances
   /// truncated toward zero when `color` is false. Returns false, after at most one printed line,
   /// when there is nothing to write or the file cannot be written; never waits for a key.
+  /// `quality` is libjpeg's, 0..100. `dataBuf` stays the caller's.
   bool RGBToJpegFile(char* fileName, unsigned char* dataBuf, int widthPix, int height, bool color,
                      int quality);
 
@@ -27,11 +28,13 @@ class CAMERA_DEPTH_RW_EXPORT JpegFile {
   bool JpegFileToRGB_fast(unsigned char* o_dataBuf, char* fileName, int& width, int& height);
 };
 
-/// Copies a decoded scanline of `widthPix` 3-byte pixels to row `row` of `outBuf`.
+/// Copies a decoded scanline of `widthPix` 3-byte pixels to row `row` of `outBuf`, which the caller
+/// owns and which has room for that row: nothing is checked.
 CAMERA_DEPTH_RW_EXPORT void j_putRGBScanline(unsigned char* jpegline, int widthPix,
                                              unsigned char* outBuf, int row);
 
-/// Expands a decoded grey scanline to row `row` of `outBuf`, each value into all three bytes.
+/// Expands a decoded grey scanline of `widthPix` bytes to row `row` of `outBuf` (3 bytes per
+/// pixel), each value into all three bytes. Nothing is checked.
 CAMERA_DEPTH_RW_EXPORT void j_putGrayScanlineToRGB(unsigned char* jpegline, int widthPix,
                                                    unsigned char* outBuf, int row);
 
@@ -43,11 +46,10 @@ namespace depth_io {
 
 /// What became of a JPEG file that was read.
 struct JpegReadResult {
-  bool decoded = false;
-  int width = 0;
-  int height = 0;
-  /// libjpeg's warnings: a truncated file decodes, with warnings.
-  long warnings = 0;
+  bool decoded = false;  ///< the whole image was decoded
+  int width = 0;         ///< pixels
+  int height = 0;        ///< pixels
+  long warnings = 0;     ///< libjpeg's: a truncated file decodes, with warnings
 };
 
 /// Decodes `file_name` into `pixels` (3 bytes per pixel, row-major). An image that needs more bytes

@@ -16,7 +16,8 @@ CAMERA_DEPTH_RW_EXPORT int __GetNbDigit(int NB);
 /// through a single-precision float, so it is exact up to 2^24.
 CAMERA_DEPTH_RW_EXPORT void __TransfromIntsChars(int source, int nb_digits, char* dest);
 
-/// Writes all digits of `source` to `dest` (at least 12 bytes); returns the digit count used.
+/// Writes all digits of `source` and a NUL to `dest` (at least 12 bytes); returns the digit count
+/// used.
 CAMERA_DEPTH_RW_EXPORT int __GetStringFromInt(char* dest, int source);
 
 /// Writes exactly `nbdigits` digits of `source` to `dest`, as `__TransfromIntsChars`.

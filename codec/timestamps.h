@@ -46,28 +46,33 @@ namespace depth_io {
 
 /// A moment as one value.
 struct Moment {
-  int year = 0;
-  int month = 0;
-  int day = 0;
-  int hour = 0;
-  int minute = 0;
-  int second = 0;
-  int millisecond = 0;
+  int year = 0;         ///< four digits
+  int month = 0;        ///< 1..12
+  int day = 0;          ///< 1..31
+  int hour = 0;         ///< 0..23
+  int minute = 0;       ///< 0..59
+  int second = 0;       ///< 0..59
+  int millisecond = 0;  ///< 0..999
 };
 
 /// Bytes of a stamp text with its NUL.
 inline constexpr int kStampSize = 27;
 
+/// `GetTimeStampString` of a moment: `timestamp` has room for `kStampSize` bytes.
 inline void write_stamp(char* timestamp, const Moment& m, int debug = 0) {
   GetTimeStampString(timestamp, m.year, m.month, m.day, m.hour, m.minute, m.second, m.millisecond,
                      debug);
 }
 
+/// `ConvertTimeStampToUnixTime` of a moment; false when a field is out of range, with messages only
+/// when `print_errors`.
 inline bool to_unix_time(double& unixtime, const Moment& m, bool print_errors) {
   return ConvertTimeStampToUnixTime(unixtime, m.year, m.month, m.day, m.hour, m.minute, m.second,
                                     m.millisecond, print_errors ? 1 : 0) == 1;
 }
 
+/// `GetTimeStampFromString` into a moment; always true. A character that is no digit prints an
+/// error and waits for a key.
 inline bool parse_stamp(char* stamp_string, Moment& m) {
   return GetTimeStampFromString(stamp_string, m.year, m.month, m.day, m.hour, m.minute, m.second,
                                 m.millisecond, 0) == 1;

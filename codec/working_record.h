@@ -9,13 +9,13 @@
 /// `InitStruct` before the first `Allocate`, `DeAllocate` before the record goes away, and releases
 /// `LoadedColourImage` itself (array-delete): `DeAllocate` leaves it to its owner.
 struct struct_read_write_depth {
-  JpegFile jpgfile;
+  JpegFile jpgfile;              ///< holds no state
   char temp_filename[512] = {};  ///< scratch: the file name that the reader is at
   int width = 0;                 ///< pixels; 0 while no arrays are allocated
-  int height = 0;
-  int* Label = nullptr;        ///< [N] label of each pixel; -1: carries no depth
-  float* LabelRefZ = nullptr;  ///< [N] reference depth of each label, metres; the rest holds -1.0
-  int* Encode = nullptr;       ///< [N] 8-bit code relative to the reference depth; 0 without label
+  int height = 0;                ///< pixels
+  int* Label = nullptr;          ///< [N] label of each pixel; -1: carries no depth
+  float* LabelRefZ = nullptr;    ///< [N] reference depth of each label, metres; the rest holds -1.0
+  int* Encode = nullptr;  ///< [N] 8-bit code relative to the reference depth; 0 without label
   unsigned char* EncodeUC = nullptr;   ///< [3N] code image: as written, or as decoded
   unsigned char* EncodeUC2 = nullptr;  ///< [3N] the writer's read-back of its code image
   bool* ErrorMap = nullptr;            ///< [N] writer: the pixel gets an error record
@@ -23,13 +23,13 @@ struct struct_read_write_depth {
   int* RLE_Nb = nullptr;               ///< [N] run lengths of `Label`
   int* RLE_Val = nullptr;              ///< [N] run values of `Label`
   int RLE_NbNb = 0;                    ///< number of runs
-  float loaded_a11 = 0.0F;             ///< intrinsics as read back: focal lengths, pixels
-  float loaded_a22 = 0.0F;
-  float loaded_cx = 0.0F;  ///< principal point, pixels
-  float loaded_cy = 0.0F;
-  float* LoadedDepth = nullptr;                ///< [N] depth, metres; 0 without label
-  float* LoadedMapX = nullptr;                 ///< [N] metric X
-  float* LoadedMapY = nullptr;                 ///< [N] metric Y
+  float loaded_a11 = 0.0F;             ///< focal length of the rows as read back, pixels
+  float loaded_a22 = 0.0F;             ///< focal length of the columns, pixels
+  float loaded_cx = 0.0F;              ///< principal point as read back, pixels; goes with the row
+  float loaded_cy = 0.0F;              ///< goes with the column
+  float* LoadedDepth = nullptr;        ///< [N] depth, metres; 0 without label
+  float* LoadedMapX = nullptr;         ///< [N] metric X
+  float* LoadedMapY = nullptr;         ///< [N] metric Y
   unsigned char* LoadedColourImage = nullptr;  ///< [3N] colour image, filled by the engines
   int* write_MapObject = nullptr;              ///< [N] writer's mask: negative leaves a pixel out
 };

@@ -8,7 +8,7 @@ build_packages=(g++ cmake ninja-build libjpeg62-turbo-dev libpng-dev libcli11-de
 python_packages=(pybind11-dev python3-dev python3-numpy)
 bench_packages=(libbenchmark-dev libzstd-dev)
 packaging_packages=(dpkg-dev file binutils debootstrap)
-test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind chromium ffmpeg
+test_packages=(clang libclang-rt-14-dev libgtest-dev libgmock-dev shellcheck valgrind chromium ffmpeg doxygen
   python3-open3d python3-pytest python3-matplotlib mypy dpkg-dev file abigail-tools man-db)
 
 case "${1:-test}" in

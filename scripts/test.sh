@@ -29,6 +29,7 @@ done
 [ "${1:-}" = --long ] || exit 0
 scripts/check_plain_build.sh
 scripts/package.sh --check
+scripts/check_tutorial.sh
 scripts/coverage.sh
 scripts/fuzz.sh 1200
 scripts/soak.sh

@@ -28,8 +28,8 @@ struct struct_read_write_depth {
   float loaded_cx = 0.0F;              ///< principal point as read back, pixels; goes with the row
   float loaded_cy = 0.0F;              ///< goes with the column
   float* LoadedDepth = nullptr;        ///< [N] depth, metres; 0 without label
-  float* LoadedMapX = nullptr;         ///< [N] metric X
-  float* LoadedMapY = nullptr;         ///< [N] metric Y
+  float* LoadedMapX = nullptr;         ///< [N] (row - cx) * depth / a11, metres: down the image
+  float* LoadedMapY = nullptr;         ///< [N] (column - cy) * depth / a22, metres: to the right
   unsigned char* LoadedColourImage = nullptr;  ///< [3N] colour image, filled by the engines
   int* write_MapObject = nullptr;              ///< [N] writer's mask: negative leaves a pixel out
 };

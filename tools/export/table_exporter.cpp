@@ -142,7 +142,7 @@ class TableExporter final : public Exporter {
   }
 
   [[noreturn]] void fail() const {
-    if (is_stream()) throw Failure("standard output could not be written");
+    if (is_stream()) throw Failure("the table was not written to its end");
     throw Failure("cannot write '" + table() + "': " + std::strerror(errno));
   }
 

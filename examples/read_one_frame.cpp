@@ -52,10 +52,11 @@ int main(int argc, char** argv) {
   }
   std::printf("%d of %d pixels have a reading\n", readings, kWidth * kHeight);
   // Where the middle of the image lies in space: right of the optical axis, below it, in front.
-  // The X map goes with the rows, so it runs down the image, and the Y map to the right.
-  const float x = r.LoadedMapY[kMiddle];
-  const float y = r.LoadedMapX[kMiddle];
+  // This holds for frames whose principal point was recorded column first, as the examples of
+  // recording do. Where the row comes first, LoadedMapY has the x and LoadedMapX the y.
   const float z = r.LoadedDepth[kMiddle];
+  const float x = (kWidth / 2 - r.loaded_cx) * z / r.loaded_a11;
+  const float y = (kHeight / 2 - r.loaded_cy) * z / r.loaded_a22;
   std::printf("in the middle: x %.3f m, y %.3f m, z %.3f m\n", static_cast<double>(x),
               static_cast<double>(y), static_cast<double>(z));
   std::printf("focal lengths: %.1f and %.1f pixels\n", static_cast<double>(r.loaded_a11),

@@ -137,6 +137,8 @@ class RowRebuilder {
   }
 
  private:
+  static constexpr std::size_t kLongRun = 64;
+
   std::size_t width() const { return static_cast<std::size_t>(record_.width); }
 
   void prefetch_next_row() const {
@@ -183,9 +185,13 @@ class RowRebuilder {
   /// Puts the next run, as much of it as there is room for; returns its length.
   std::size_t put_run(int* labels, std::size_t room) {
     const std::size_t count = runs_ ? std::min(runs_->length(), room) : room;
-    // Labels are mostly those of the frame before: what is not written need not be written back.
-    depth_io::pixel_kernels().refill(labels, count,
-                                     static_cast<std::uint32_t>(runs_ ? runs_->label() : -1));
+    const int label = runs_ ? runs_->label() : -1;
+    if (count < kLongRun) {
+      std::fill_n(labels, count, label);
+    } else {
+      // Mostly those of the frame before: what is not written need not be written back.
+      depth_io::pixel_kernels().refill(labels, count, static_cast<std::uint32_t>(label));
+    }
     if (runs_) runs_->take(count);
     return count;
   }

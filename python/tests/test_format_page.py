@@ -2,9 +2,9 @@
 
 from __future__ import annotations
 
-import importlib.util
 import os
 import pathlib
+import runpy
 import subprocess
 import sys
 import types
@@ -19,15 +19,11 @@ PROGRAM = PROJECT / "examples" / "python" / "read_without_library.py"
 
 
 @pytest.fixture(scope="module")
-def program() -> types.ModuleType:
-    spec = importlib.util.spec_from_file_location("read_without_library", PROGRAM)
-    assert spec is not None and spec.loader is not None
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
+def program() -> types.SimpleNamespace:
+    return types.SimpleNamespace(**runpy.run_path(str(PROGRAM)))
 
 
-def assert_same_depths(program: types.ModuleType, directory: pathlib.Path) -> None:
+def assert_same_depths(program: types.SimpleNamespace, directory: pathlib.Path) -> None:
     with camera_depth_rw.open_recording(directory, colour=False) as recording:
         assert len(recording) > 0
         for frame in recording:
@@ -37,14 +33,14 @@ def assert_same_depths(program: types.ModuleType, directory: pathlib.Path) -> No
 
 @pytest.mark.parametrize("layout", LAYOUTS)
 def test_each_layout_is_read_to_the_bit(
-    program: types.ModuleType, recordings: dict[str, str], layout: str
+    program: types.SimpleNamespace, recordings: dict[str, str], layout: str
 ) -> None:
     assert_same_depths(program, pathlib.Path(recordings[layout]))
 
 
 @pytest.mark.parametrize("frames", ["kinect_kitchen", "realsense_lab"])
 def test_real_frames_are_read_to_the_bit(
-    program: types.ModuleType, tmp_path: pathlib.Path, frames: str
+    program: types.SimpleNamespace, tmp_path: pathlib.Path, frames: str
 ) -> None:
     data = pathlib.Path(os.environ["CAMERA_DEPTH_RW_DATA"])
     if not data.exists():

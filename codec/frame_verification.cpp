@@ -8,6 +8,7 @@
 #include "codec/file_io.h"
 #include "codec/frame_reader.h"
 #include "codec/frame_writer.h"
+#include "codec/record_allocation.h"
 
 namespace depth_io {
 namespace {
@@ -87,7 +88,7 @@ bool verify_depth_content(const struct_read_write_depth& record, int label_count
                           int debug) {
   print_line(" --- VERIFICATION of DEPTH CONTENT ---");
   OwnedRecord read_back;
-  if (!Allocate(read_back.value, record.width, record.height)) {
+  if (!allocate_short_lived(read_back.value, record.width, record.height)) {
     return refuse("ERROR VERIFICATION - init - 'read_compressed' init failed");
   }
   if (!load_compressed_data(read_back.value, base_name, debug)) {

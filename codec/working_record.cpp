@@ -6,6 +6,7 @@
 
 #include "codec/console.h"
 #include "codec/huge_pages.h"
+#include "codec/record_allocation.h"
 
 using depth_io::print;
 using depth_io::print_line_and_wait;
@@ -105,7 +106,7 @@ void InitStruct(struct_read_write_depth& src) {
   src.loaded_cy = 0.0F;
 }
 
-bool Allocate(struct_read_write_depth& src, int _width, int _height) {
+bool depth_io::allocate_short_lived(struct_read_write_depth& src, int _width, int _height) {
   if (src.Label != nullptr) return refuse("ERROR Allocate 1");
   if (src.LabelRefZ != nullptr) return refuse("ERROR Allocate 2");
   if (src.Encode != nullptr) return refuse("ERROR Allocate 3");
@@ -126,9 +127,14 @@ bool Allocate(struct_read_write_depth& src, int _width, int _height) {
     DeAllocate(src);
     throw;
   }
-  if (_width > 0) place_arrays_well(src);
   src.RLE_NbNb = 0;
   std::fill_n(src.write_MapObject, depth_io::pixel_count(src), 0);
+  return true;
+}
+
+bool Allocate(struct_read_write_depth& src, int _width, int _height) {
+  if (!depth_io::allocate_short_lived(src, _width, _height)) return false;
+  if (_width > 0) place_arrays_well(src);
   return true;
 }
 

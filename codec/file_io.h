@@ -16,7 +16,7 @@ namespace depth_io {
 inline constexpr std::size_t kLargestFile = std::size_t{64} * 1024 * 1024;
 
 /// Files of a frame are mostly smaller than this.
-inline constexpr std::size_t kUsualFile = std::size_t{64} * 1024;
+inline constexpr std::size_t kUsualFile = std::size_t{128} * 1024;
 
 /// The whole of a file in memory: its own, or the reader's.
 class FileBytes {

@@ -131,15 +131,25 @@ LabelRuns::LabelRuns(std::string_view text, std::size_t pixels)
   read_run();
 }
 
+/// False when there are no two numbers.
+bool LabelRuns::read_pair(int& length, int& label) {
+  if (parser_.short_pair(length, label)) return true;
+  const std::optional<int> first = parser_.integer();
+  const std::optional<int> second = first ? parser_.integer() : std::nullopt;
+  if (!second) return false;
+  length = *first;
+  label = *second;
+  return true;
+}
+
 void LabelRuns::read_run() {
-  for (; runs_left_ > 0; --runs_left_) {
-    const std::optional<int> length = parser_.integer();
-    const std::optional<int> label = length ? parser_.integer() : std::nullopt;
-    if (!label) break;
-    if (*length <= 0) continue;
+  int length = 0;
+  int label = 0;
+  for (; runs_left_ > 0 && read_pair(length, label); --runs_left_) {
+    if (length <= 0) continue;
     --runs_left_;
-    label_ = *label;
-    length_ = std::min(static_cast<std::size_t>(*length), left_);
+    label_ = label;
+    length_ = std::min(static_cast<std::size_t>(length), left_);
     return;
   }
   runs_left_ = 0;
@@ -211,7 +221,7 @@ ErrorRows::ErrorRows(std::span<const unsigned char> bytes) {
   }
 }
 
-void ErrorRows::put_next_row(int* exact_codes, int width) {
+void ErrorRows::put_next_row(int* exact_codes, unsigned char* codes, int width) {
   const int down = row_ / kRegionSize;
   const int row_in_region = row_ % kRegionSize;
   ++row_;
@@ -222,7 +232,9 @@ void ErrorRows::put_next_row(int* exact_codes, int width) {
     const unsigned char* const end = record + records.size();
     for (; record != end && record[0] == row_in_region; record += ErrorFileParser::kRecordSize) {
       const int column = record[1] + kRegionSize * across;
-      if (column < width) exact_codes[column] = record[2];
+      if (column >= width) continue;
+      exact_codes[column] = record[2];
+      if (codes != nullptr) codes[column] = record[2];
     }
     records = {record, end};
   }

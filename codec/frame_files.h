@@ -61,6 +61,7 @@ class LabelRuns {
 
  private:
   void read_run();
+  bool read_pair(int& length, int& label);
 
   TextParser parser_;
   int runs_left_;
@@ -138,8 +139,9 @@ class ErrorRows {
   /// Whether each region's records stand in the order of their rows.
   bool are_in_order() const { return in_order_; }
 
-  /// Puts the codes of the next row into its `width` places.
-  void put_next_row(int* exact_codes, int width);
+  /// Puts the codes of the next row into its `width` places and, if `codes` is not null, in the
+  /// place of its codes.
+  void put_next_row(int* exact_codes, unsigned char* codes, int width);
 
  private:
   std::span<const unsigned char> left_in_[kRegionCount];

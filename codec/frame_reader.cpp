@@ -112,10 +112,10 @@ class RowRebuilder {
   bool is_complete() const { return row_ == record_.height; }
   bool found_bad_label() const { return found_bad_label_; }
 
-  /// The next row of the code image.
-  void take_row(const unsigned char* codes) {
+  /// The next row of the code image. Exact codes take the place of those that the JPEG spoiled.
+  void take_row(unsigned char* codes) {
     prefetch_next_row();
-    start_row();
+    start_row(codes);
     if (found_bad_label_) {
       fill_labels();
       clear_depths(0);
@@ -151,11 +151,22 @@ class RowRebuilder {
     depth_io::prefetch_to_write(record_.LoadedMapY + next, bytes);
   }
 
-  void start_row() {
+  /// `codes` is null for a row that is not rebuilt.
+  void start_row(unsigned char* codes) {
     if (row_ == 0 && errors_ && !errors_->are_in_order()) put_all_exact_codes();
-    if (exact_codes_are_there_) return;
-    std::fill_n(record_.ErrorCorrect + first_pixel(), width(), -1);
-    if (errors_) errors_->put_next_row(record_.ErrorCorrect + first_pixel(), record_.width);
+    int* const exact_codes = record_.ErrorCorrect + first_pixel();
+    if (exact_codes_are_there_) {
+      if (codes != nullptr) take_over(exact_codes, codes);
+      return;
+    }
+    std::fill_n(exact_codes, width(), -1);
+    if (errors_) errors_->put_next_row(exact_codes, codes, record_.width);
+  }
+
+  void take_over(const int* exact_codes, unsigned char* codes) const {
+    for (std::size_t column = 0; column < width(); ++column) {
+      if (exact_codes[column] >= 0) codes[column] = static_cast<unsigned char>(exact_codes[column]);
+    }
   }
 
   void put_all_exact_codes() {
@@ -170,7 +181,7 @@ class RowRebuilder {
   }
 
   void pass_over_row() {
-    start_row();
+    start_row(nullptr);
     fill_labels();
     clear_depths(0);
     ++row_;
@@ -220,10 +231,10 @@ class RowRebuilder {
       if (found_bad_label_ || label == -1) {
         clear(pixel, count);
       } else {
-        kernels.rebuild_pixels(
-            {codes + column, record_.ErrorCorrect + pixel, record_.LoadedDepth + pixel,
-             record_.LoadedMapX + pixel, record_.LoadedMapY + pixel},
-            count, width() - column, record_.LabelRefZ[label], static_cast<int>(column), geometry);
+        kernels.rebuild_pixels({codes + column, record_.LoadedDepth + pixel,
+                                record_.LoadedMapX + pixel, record_.LoadedMapY + pixel},
+                               count, width() - column, record_.LabelRefZ[label],
+                               static_cast<int>(column), geometry);
       }
       column += count;
     }
@@ -294,7 +305,7 @@ struct CodeRows {
   RowRebuilder& rebuilder;
   int width;
 
-  static void take(void* context, const unsigned char* grey, int width) {
+  static void take(void* context, unsigned char* grey, int width) {
     const auto& rows = *static_cast<CodeRows*>(context);
     if (width == rows.width && !rows.rebuilder.is_complete()) rows.rebuilder.take_row(grey);
   }

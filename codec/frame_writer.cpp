@@ -246,7 +246,7 @@ struct ReadBackRows {
   int width;
   int rows_left;
 
-  static void take(void* context, const unsigned char* grey, int width) {
+  static void take(void* context, unsigned char* grey, int width) {
     auto& rows = *static_cast<ReadBackRows*>(context);
     if (width != rows.width || rows.rows_left == 0) return;
     rows.finder.take_row(grey);

@@ -16,9 +16,9 @@ struct RowSource {
   void* context;
 };
 
-/// Where the rows of a grey image go, in order.
+/// Where the rows of a grey image go, in order; a row may be changed.
 struct RowSink {
-  void (*take)(void* context, const unsigned char* grey, int width);
+  void (*take)(void* context, unsigned char* grey, int width);
   void* context;
 };
 

@@ -220,6 +220,34 @@ void clear_unfilled(const jpeg_decompress_struct& codec, unsigned char* pixels, 
   if (filled < size) std::memset(pixels + filled, 0, size - filled);
 }
 
+/// Decodes the rows of a B, G, R image to where they belong.
+void decode_colour_rows(jpeg_decompress_struct& codec, unsigned char* pixels) {
+  const std::size_t row_bytes = std::size_t{codec.output_width} * kBytesPerPixel;
+  while (codec.output_scanline < codec.output_height) {
+    JSAMPROW row = pixels + codec.output_scanline * row_bytes;
+    jpeg_read_scanlines(&codec, &row, 1);
+  }
+}
+
+/// Decodes the rows of any other image, one by one; grey ones become B, G, R ones.
+void decode_other_rows(Decoder& decoder, unsigned char* pixels) {
+  jpeg_decompress_struct& codec = decoder.codec;
+  const JDIMENSION row_size = codec.output_width * static_cast<JDIMENSION>(codec.output_components);
+  const JSAMPARRAY line =
+      (*codec.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, row_size, 1);
+  const std::size_t row_bytes = std::size_t{codec.output_width} * kBytesPerPixel;
+  while (codec.output_scanline < codec.output_height) {
+    depth_io::prefetch_to_write(pixels + codec.output_scanline * row_bytes, row_bytes);
+    jpeg_read_scanlines(&codec, line, 1);
+    if (codec.output_components != 1) continue;
+    const int row = static_cast<int>(codec.output_scanline) - 1;
+    j_putGrayScanlineToRGB(line[0], decoder.result.width, pixels, row);
+    if (decoder.sink.take != nullptr) {
+      decoder.sink.take(decoder.sink.context, line[0], decoder.result.width);
+    }
+  }
+}
+
 /// Decodes all rows to `pixels`, of which `clearable` bytes are known to exist.
 bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t clearable) {
   jpeg_decompress_struct& codec = decoder.codec;
@@ -228,22 +256,10 @@ bool decode_rows(Decoder& decoder, unsigned char* pixels, std::size_t clearable)
   decoder.result.width = static_cast<int>(codec.output_width);
   decoder.result.height = static_cast<int>(codec.output_height);
   clear_unfilled(codec, pixels, clearable);
-  const JDIMENSION row_size = codec.output_width * static_cast<JDIMENSION>(codec.output_components);
-  const JSAMPARRAY line =
-      (*codec.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, row_size, 1);
-  const std::size_t row_bytes = std::size_t{codec.output_width} * kBytesPerPixel;
-  while (codec.output_scanline < codec.output_height) {
-    depth_io::prefetch_to_write(pixels + codec.output_scanline * row_bytes, row_bytes);
-    jpeg_read_scanlines(&codec, line, 1);
-    const int row = static_cast<int>(codec.output_scanline) - 1;
-    if (codec.output_components == kBytesPerPixel) {
-      j_putRGBScanline(line[0], decoder.result.width, pixels, row);
-    } else if (codec.output_components == 1) {
-      j_putGrayScanlineToRGB(line[0], decoder.result.width, pixels, row);
-      if (decoder.sink.take != nullptr) {
-        decoder.sink.take(decoder.sink.context, line[0], decoder.result.width);
-      }
-    }
+  if (codec.output_components == kBytesPerPixel) {
+    decode_colour_rows(codec, pixels);
+  } else {
+    decode_other_rows(decoder, pixels);
   }
   jpeg_finish_decompress(&codec);
   return true;

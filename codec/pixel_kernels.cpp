@@ -39,10 +39,8 @@ inline Ints widened(const unsigned char* bytes) {
   return wide;
 }
 
-/// The first values, but the second ones where those are negative.
-inline Ints unless_negative(const Ints& first, const Ints& second) {
-  return first >= 0 ? first : second;
-}
+/// a * b + c, for products that are exact.
+inline Floats multiply_add(const Floats& a, const Floats& b, const Floats& c) { return a * b + c; }
 
 /// Not-a-number stays what it is.
 inline Floats clamp_depths(const Floats& z) {
@@ -93,9 +91,8 @@ inline Ints widened(const unsigned char* bytes) {
   return as_ints(_mm256_castsi256_ps(wide));
 }
 
-inline Ints unless_negative(const Ints& first, const Ints& second) {
-  const auto sign = as_m256(first);
-  return as_ints(_mm256_blendv_ps(sign, as_m256(second), sign));
+inline Floats multiply_add(const Floats& a, const Floats& b, const Floats& c) {
+  return as_floats(_mm256_fmadd_ps(as_m256(a), as_m256(b), as_m256(c)));
 }
 
 inline Floats clamp_depths(const Floats& z) {
@@ -108,17 +105,16 @@ inline Floats clamp_depths(const Floats& z) {
 
 /// The correctly rounded quotient out of the divisor's correctly rounded reciprocal, in half the
 /// time of a division: the first correction leaves less than one unit in the last place, whose
-/// remainder is exact, and the second rounds as the division does. Not for numbers so small that
-/// remainders underflow.
+/// remainder is exact, and the second rounds as the division does. Remainders are taken from the
+/// quotient, not added to it, so that the quotient of a zero keeps its sign. Not for numbers so
+/// small that remainders underflow.
 inline Floats quotient(const Floats& dividend, float divisor, float reciprocal) {
   const auto n = as_m256(dividend);
   const __m256 d = _mm256_set1_ps(divisor);
   const __m256 r = _mm256_set1_ps(reciprocal);
   __m256 q = _mm256_mul_ps(n, r);
-  q = _mm256_fmadd_ps(_mm256_fnmadd_ps(q, d, n), r, q);
-  q = _mm256_fmadd_ps(_mm256_fnmadd_ps(q, d, n), r, q);
-  // The sums above lose the sign of a zero; the divisor is positive.
-  q = _mm256_or_ps(q, _mm256_and_ps(n, _mm256_set1_ps(-0.0F)));
+  q = _mm256_fnmadd_ps(_mm256_fmsub_ps(q, d, n), r, q);
+  q = _mm256_fnmadd_ps(_mm256_fmsub_ps(q, d, n), r, q);
   return as_floats(q);
 }
 

@@ -69,8 +69,7 @@ bool is_moderate(float value);
 
 /// What a row of a frame is rebuilt from, and into; all at the same pixel.
 struct RowPixels {
-  const unsigned char* codes;  ///< as the JPEG gives them
-  const int* exact_code;       ///< -1: none
+  const unsigned char* codes;  ///< as the JPEG gives them, but exact ones where there are any
   float* depth;
   float* map_x;
   float* map_y;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <emmintrin.h>
+
 #include <bit>
 #include <charconv>
 #include <cstddef>
@@ -40,6 +42,26 @@ class TextParser {
     }
     advance_to(end);
     return value;
+  }
+
+  /// Two integers of up to seven digits, with one blank between them and more text behind, at once.
+  /// False, and no number is read, where something else comes next.
+  bool short_pair(int& first, int& second) {
+    constexpr std::size_t kCharacters = 16;
+    skip_blanks();
+    if (rest_.size() < kCharacters) return false;
+    const char* const text = rest_.data();
+    const unsigned others = characters_but_digits(text);
+    const auto first_length = static_cast<unsigned>(std::countr_zero(others));
+    const auto end = static_cast<unsigned>(std::countr_zero(others & (others - 1)));
+    const unsigned second_length = end - first_length - 1;
+    // Lengths less one: none becomes a very long one.
+    if (first_length - 1 > 6 || second_length - 1 > 6) return false;
+    if (!is_blank(text[first_length]) || !is_blank(text[end])) return false;
+    rest_.remove_prefix(end + 1);
+    first = digits_at(text, first_length);
+    second = digits_at(text + first_length + 1, second_length);
+    return true;
   }
 
   std::optional<float> real() {
@@ -84,6 +106,23 @@ class TextParser {
     if (length == 0 || length >= sizeof characters || !is_blank(rest_[length])) return {};
     rest_.remove_prefix(length);
     return value_of_digits(digits << (64U - 8U * length));
+  }
+
+  /// A bit for each of sixteen characters that is no digit.
+  static unsigned characters_but_digits(const char* text) {
+    __m128i characters;
+    std::memcpy(&characters, text, sizeof characters);
+    // Digits become the ten lowest signed numbers.
+    const __m128i shifted = _mm_add_epi8(characters, _mm_set1_epi8(static_cast<char>(0x80 - '0')));
+    const __m128i others = _mm_cmpgt_epi8(shifted, _mm_set1_epi8(static_cast<char>(0x80 + 9)));
+    return static_cast<unsigned>(_mm_movemask_epi8(others));
+  }
+
+  /// The number of so many digits, one to seven; eight characters are there.
+  static int digits_at(const char* text, unsigned length) {
+    std::uint64_t characters;
+    std::memcpy(&characters, text, sizeof characters);
+    return value_of_digits((characters ^ 0x3030303030303030U) << (64U - 8U * length));
   }
 
   /// The number whose eight decimal digits are these bytes, the first in the lowest one.

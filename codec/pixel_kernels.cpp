@@ -285,7 +285,7 @@ RowGeometry::RowGeometry(float row_less_cx, float focal_11, float focal_22, floa
 
 const PixelKernels& portable_pixel_kernels() {
   using namespace portable;
-  static constexpr PixelKernels kKernels{code_pixels, expand_codes,   expand_grey, run_length,
+  static constexpr PixelKernels kKernels{code_pixels, expand_codes,   expand_grey, code_runs,
                                          flag_moved,  rebuild_pixels, refill,      mark_motion};
   return kKernels;
 }
@@ -293,7 +293,7 @@ const PixelKernels& portable_pixel_kernels() {
 const PixelKernels& pixel_kernels() {
   using namespace avx2;
   static constexpr PixelKernels kKernels{code_pixels, shuffle_codes,      shuffle_grey,
-                                         run_length,  flag_moved_at_once, rebuild_pixels,
+                                         code_runs,   flag_moved_at_once, rebuild_pixels,
                                          refill,      mark_motion};
   static const bool has_avx2 =
       __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;

@@ -97,8 +97,10 @@ struct PixelKernels {
   /// A grey row as B, G, R.
   void (*expand_grey)(const unsigned char* grey, std::size_t count, unsigned char* bgr);
 
-  /// How many of the first values are equal; `count` is at least 1.
-  std::size_t (*run_length)(const int* values, std::size_t count);
+  /// Codes runs of equal values, at most `longest` of them in each; returns the number of runs.
+  /// There is room for `count` of them.
+  int (*code_runs)(const int* values, std::size_t count, std::size_t longest, int* lengths,
+                   int* run_values);
 
   /// Flags the pixels of one label that were moved too far; returns their number.
   int (*flag_moved)(const int* codes, const unsigned char* read, std::size_t count,

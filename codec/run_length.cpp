@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <span>
 
 #include "codec/console.h"
 #include "codec/pixel_kernels.h"
@@ -10,35 +9,15 @@
 using depth_io::print;
 using depth_io::wait_for_key;
 
-namespace {
-
-/// The runs, without a word.
-void code_runs(std::span<const int> values, int longest, int* lengths, int* run_values,
-               int& run_count) {
-  const std::size_t most = static_cast<std::size_t>(std::max(longest, 1));
-  const depth_io::PixelKernels& kernels = depth_io::pixel_kernels();
-  int count = 0;
-  while (!values.empty()) {
-    const std::size_t most_here = std::min(values.size(), most);
-    const bool is_short = most_here == 1 || values[1] != values[0];
-    const std::size_t length = is_short ? 1 : kernels.run_length(values.data(), most_here);
-    lengths[count] = static_cast<int>(length);
-    run_values[count] = values[0];
-    ++count;
-    values = values.subspan(length);
-  }
-  run_count = count;
-}
-
-}  // namespace
-
 void rle(int WW, int HH, int* Buffer, int* o_Output_Nb, int* o_Output_Val, int& o_NbNb,
          int SaturateAt, int debug) {
   o_NbNb = 0;
   if (debug != 1) {
-    code_runs({Buffer, static_cast<std::size_t>(std::max(WW, 0)) *
-                           static_cast<std::size_t>(std::max(HH, 0))},
-              SaturateAt, o_Output_Nb, o_Output_Val, o_NbNb);
+    const auto values =
+        static_cast<std::size_t>(std::max(WW, 0)) * static_cast<std::size_t>(std::max(HH, 0));
+    o_NbNb = depth_io::pixel_kernels().code_runs(Buffer, values,
+                                                 static_cast<std::size_t>(std::max(SaturateAt, 1)),
+                                                 o_Output_Nb, o_Output_Val);
     return;
   }
   for (int row = 0; row < HH; ++row) {

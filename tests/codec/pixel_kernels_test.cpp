@@ -63,15 +63,56 @@ TEST(PixelKernels, ExpandsGreyToThreeBytes) {
   }
 }
 
-TEST(PixelKernels, FindsTheEndOfARunWhereverItLies) {
-  for (const PixelKernels* kernels : kBuilds) {
-    for (const std::size_t size : kSizes) {
-      for (std::size_t length = 1; length <= size; ++length) {
-        std::vector<int> values(size, -1);
-        if (length < size) values[length] = 3;
-        ASSERT_EQ(kernels->run_length(values.data(), size), length);
-      }
+struct CodedRuns {
+  std::vector<int> lengths, values;
+  bool operator==(const CodedRuns&) const = default;
+};
+
+CodedRuns code_plainly(const std::vector<int>& values, std::size_t longest) {
+  CodedRuns runs;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const bool goes_on = i > 0 && values[i] == values[i - 1] &&
+                         static_cast<std::size_t>(runs.lengths.back()) < longest;
+    if (goes_on) {
+      ++runs.lengths.back();
+    } else {
+      runs.lengths.push_back(1);
+      runs.values.push_back(values[i]);
     }
+  }
+  return runs;
+}
+
+void expect_runs(const std::vector<int>& values, std::size_t longest) {
+  for (const PixelKernels* kernels : kBuilds) {
+    CodedRuns runs{std::vector<int>(values.size()), std::vector<int>(values.size())};
+    const int count = kernels->code_runs(values.data(), values.size(), longest, runs.lengths.data(),
+                                         runs.values.data());
+    runs.lengths.resize(static_cast<std::size_t>(count));
+    runs.values.resize(static_cast<std::size_t>(count));
+    ASSERT_EQ(runs, code_plainly(values, longest)) << values.size() << ", " << longest;
+  }
+}
+
+TEST(PixelKernels, EndsARunWhereverItsEndLies) {
+  for (const std::size_t size : {0U, 1U, 2U, 63U, 64U, 65U, 66U, 129U, 200U}) {
+    for (std::size_t length = 0; length <= size; ++length) {
+      std::vector<int> values(size, -1);
+      std::fill(values.begin() + static_cast<std::ptrdiff_t>(length), values.end(), 3);
+      for (const std::size_t longest : {1U, 2U, 64U, 30000U}) expect_runs(values, longest);
+    }
+  }
+}
+
+TEST(PixelKernels, CodesRunsOfAnyLengths) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 60; ++round) {
+    std::vector<int> values;
+    while (values.size() < 700) {
+      values.insert(values.end(), 1 + random() % (1U << random() % 8),
+                    static_cast<int>(random() % 3));
+    }
+    for (const std::size_t longest : {1U, 3U, 100U, 30000U}) expect_runs(values, longest);
   }
 }
 
@@ -184,21 +225,19 @@ TEST(PixelKernels, CodesNothingWithoutLabels) {
 
 /// A row of codes, and what is made of it.
 struct RebuiltRow {
-  explicit RebuiltRow(std::size_t size)
-      : codes(size), exact(size, -1), depth(size), x(size), y(size) {}
+  explicit RebuiltRow(std::size_t size) : codes(size), depth(size), x(size), y(size) {}
 
   void fill(std::mt19937& random) {
     for (unsigned char& code : codes) code = static_cast<unsigned char>(random() % 256);
-    for (int& code : exact) code = random() % 6 == 0 ? static_cast<int>(random() % 256) : -1;
   }
   void rebuild(const PixelKernels& kernels, std::size_t count, float reference, int column,
                const RowGeometry& geometry) {
-    kernels.rebuild_pixels({codes.data(), exact.data(), depth.data(), x.data(), y.data()}, count,
-                           codes.size(), reference, column, geometry);
+    kernels.rebuild_pixels({codes.data(), depth.data(), x.data(), y.data()}, count, codes.size(),
+                           reference, column, geometry);
   }
   void rebuild_plainly(std::size_t count, float reference, int column, const RowGeometry& g) {
     for (std::size_t i = 0; i < count; ++i) {
-      const int code = exact[i] >= 0 ? exact[i] : codes[i];
+      const int code = codes[i];
       const float z = clamp_depth(static_cast<float>(code) / 100.0F - 1.25F + reference);
       depth[i] = z;
       x[i] = g.x * z / g.a11;
@@ -207,7 +246,6 @@ struct RebuiltRow {
   }
 
   std::vector<unsigned char> codes;
-  std::vector<int> exact;
   std::vector<float> depth, x, y;
 };
 

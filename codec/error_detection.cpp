@@ -120,7 +120,7 @@ void ErrorFinder::take_row(const unsigned char* read) {
     if (column == width) break;
     if (left_in_run_ == 0) left_in_run_ = static_cast<std::size_t>(record_.RLE_Nb[run_]);
     const std::size_t count = std::min(left_in_run_, width - column);
-    take_run(record_.RLE_Val[run_], pixel_, count, read + column);
+    take_run(record_.RLE_Val[run_], count, width - column, read + column);
     column += count;
     pixel_ += count;
     left_in_run_ -= count;
@@ -141,16 +141,16 @@ std::size_t ErrorFinder::take_strange_pixels(std::size_t most) {
   return count;
 }
 
-void ErrorFinder::take_run(int label, std::size_t first, std::size_t count,
+void ErrorFinder::take_run(int label, std::size_t count, std::size_t room,
                            const unsigned char* read) {
-  const int* const codes = record_.Encode + first;
-  bool* const flags = record_.ErrorMap + first;
+  bool* const flags = record_.ErrorMap + pixel_;
   if (!std::isfinite(record_.LabelRefZ[label])) {
     std::fill_n(flags, count, false);
     has_strange_labels_ = true;
     return;
   }
-  count_ += pixel_kernels().flag_moved(codes, read, count, tolerance_of(label), flags);
+  count_ += pixel_kernels().flag_moved({record_.Encode + pixel_, read}, count, room,
+                                       tolerance_of(label), flags);
 }
 
 void ErrorFinder::flag(bool& flag, bool is_error) {

@@ -86,7 +86,7 @@ class ErrorFinder {
   static constexpr std::size_t kKnownLabels = 64;
 
   std::size_t take_strange_pixels(std::size_t most);
-  void take_run(int label, std::size_t first, std::size_t count, const unsigned char* read);
+  void take_run(int label, std::size_t count, std::size_t room, const unsigned char* read);
   void flag(bool& flag, bool is_error);
   const LabelTolerance& tolerance_of(int label);
   void take_pixels_left();

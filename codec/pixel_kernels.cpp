@@ -218,11 +218,15 @@ inline void shuffle_grey(const unsigned char* grey, std::size_t count, unsigned 
   expand_grey(grey + done, count - done, bgr + 3 * done);
 }
 
-/// Which of the codes were moved too far: 0xFF. False when one of them is irregular.
-inline bool find_moved(__m256i codes, __m256i read, const LabelTolerance& tolerance,
+inline unsigned bits_of_bytes(__m256i mask) {
+  return static_cast<unsigned>(_mm256_movemask_epi8(mask));
+}
+
+/// Which of the codes were moved too far: 0xFF. False when one of those in `lanes` is irregular.
+inline bool find_moved(__m256i codes, __m256i read, unsigned lanes, const LabelTolerance& tolerance,
                        __m256i& moved) {
   const Lookup lookup(codes);
-  if (_mm256_movemask_epi8(lookup.in(tolerance.irregular)) != 0) return false;
+  if ((bits_of_bytes(lookup.in(tolerance.irregular)) & lanes) != 0) return false;
   const __m256i up = _mm256_subs_epu8(read, codes);
   const __m256i down =
       _mm256_andnot_si256(lookup.in(tolerance.down_for_ever), _mm256_subs_epu8(codes, read));
@@ -243,19 +247,23 @@ inline bool find_moved(__m256i codes, __m256i read, const LabelTolerance& tolera
   return true;
 }
 
-inline int flag_moved_at_once(const int* codes, const unsigned char* read, std::size_t count,
+inline int flag_moved_at_once(const MovedCodes& pixels, std::size_t count, std::size_t room,
                               const LabelTolerance& tolerance, bool* flags) {
   int sum = 0;
   std::size_t done = 0;
-  for (; done + kBytesAtOnce <= count; done += kBytesAtOnce) {
-    __m256i read_bytes;
+  for (; done < count && done + kBytesAtOnce <= room; done += kBytesAtOnce) {
+    const std::size_t left = count - done;
+    const unsigned lanes = left < kBytesAtOnce ? (1U << left) - 1 : ~0U;
+    __m256i read;
     __m256i moved;
-    load(read_bytes, read + done);
-    if (!find_moved(codes_as_bytes(codes + done), read_bytes, tolerance, moved)) break;
+    load(read, pixels.read + done);
+    if (!find_moved(codes_as_bytes(pixels.written + done), read, lanes, tolerance, moved)) break;
     store(_mm256_and_si256(moved, _mm256_set1_epi8(1)), flags + done);
-    sum += std::popcount(static_cast<unsigned>(_mm256_movemask_epi8(moved)));
+    sum += std::popcount(bits_of_bytes(moved) & lanes);
   }
-  return sum + flag_moved(codes + done, read + done, count - done, tolerance, flags + done);
+  if (done >= count) return sum;
+  return sum + flag_moved({pixels.written + done, pixels.read + done}, count - done, room - done,
+                          tolerance, flags + done);
 }
 
 }  // namespace depth_io::avx2

@@ -75,6 +75,12 @@ struct RowPixels {
   float* map_y;
 };
 
+/// Codes of pixels side by side, and what the JPEG has made of them.
+struct MovedCodes {
+  const int* written;
+  const unsigned char* read;
+};
+
 /// Two depth maps and which of their pixels have depth.
 struct DepthChange {
   const float* before;
@@ -102,8 +108,9 @@ struct PixelKernels {
   int (*code_runs)(const int* values, std::size_t count, std::size_t longest, int* lengths,
                    int* run_values);
 
-  /// Flags the pixels of one label that were moved too far; returns their number.
-  int (*flag_moved)(const int* codes, const unsigned char* read, std::size_t count,
+  /// Flags the first so many pixels, of one label, that were moved too far; returns their number.
+  /// Flags behind them, up to `room`, may get any value.
+  int (*flag_moved)(const MovedCodes& pixels, std::size_t count, std::size_t room,
                     const LabelTolerance& tolerance, bool* flags);
 
   /// Rebuilds so many pixels of the label with this reference, the first of them in `column`. Those

@@ -378,7 +378,8 @@ TEST(LabelTolerance, AgreesWithTheComparisonOfDepthsForEveryPairOfCodes) {
         std::vector<unsigned char> read(256);
         std::iota(read.begin(), read.end(), static_cast<unsigned char>(0));
         bool flags[256];
-        const int count = kernels->flag_moved(codes.data(), read.data(), 256, tolerance, flags);
+        const int count =
+            kernels->flag_moved({codes.data(), read.data()}, 256, 256, tolerance, flags);
         int expected_count = 0;
         for (int code = 0; code < 256; ++code) {
           const float written_depth = decode_depth(written, reference);
@@ -411,7 +412,8 @@ TEST(LabelTolerance, HoldsForRandomReferencesAndSmallMoves) {
     }
     for (const PixelKernels* kernels : kBuilds) {
       bool flags[640];
-      kernels->flag_moved(codes.data(), read.data(), codes.size(), tolerance, flags);
+      kernels->flag_moved({codes.data(), read.data()}, codes.size(), codes.size(), tolerance,
+                          flags);
       for (std::size_t i = 0; i < codes.size(); ++i) {
         const float written_depth = decode_depth(codes[i], reference);
         const float read_depth = clamp_depth(decode_depth(read[i], reference));

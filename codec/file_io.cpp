@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <charconv>
@@ -121,6 +122,24 @@ std::uint64_t eight_digits(std::uint32_t number) {
   return tens | (twos - 10U * tens) << 8U;
 }
 
+/// A number as text.
+struct ShortNumber {
+  char digits[3];
+  unsigned char length;
+};
+
+/// Run lengths and labels are mostly this small.
+constexpr std::array<ShortNumber, 1000> kShortNumbers = [] {
+  std::array<ShortNumber, 1000> numbers{};
+  for (std::size_t number = 0; number < numbers.size(); ++number) {
+    ShortNumber& text = numbers[number];
+    for (std::size_t unit = number < 10 ? 1 : number < 100 ? 10 : 100; unit > 0; unit /= 10) {
+      text.digits[text.length++] = static_cast<char>('0' + number / unit % 10);
+    }
+  }
+  return numbers;
+}();
+
 }  // namespace
 
 OutputFile::OutputFile(const char* path)
@@ -184,8 +203,10 @@ void BufferedFile::write_line(int first, int second) {
 /// There is room for it.
 void BufferedFile::put_int(int number) {
   constexpr int kLeastOfNineDigits = 100000000;
-  if (number >= 0 && number < 10) {
-    buffer_[used_++] = static_cast<char>('0' + number);
+  if (const auto index = static_cast<unsigned>(number); index < kShortNumbers.size()) {
+    // Its length goes with it, and is written over.
+    std::memcpy(buffer_ + used_, &kShortNumbers[index], sizeof(ShortNumber));
+    used_ += kShortNumbers[index].length;
     return;
   }
   if (number >= 0 && number < kLeastOfNineDigits) {

@@ -13,6 +13,8 @@ namespace {
 
 constexpr std::size_t kBytesPerPixel = 3;
 constexpr int kCodeCount = kLargestCode + 1;
+/// Tolerances of depths from 0, 1, 2, 3 and 4 metres on.
+constexpr float kThresholds[] = {0.01F, 0.02F, 0.03F, 0.04F, 0.05F};
 
 /// Whether a pixel that was written with one code and read with another gets an error record.
 bool is_moved(int written_code, int read_code, float reference) {
@@ -53,10 +55,14 @@ void find_range(int code, float reference, LabelTolerance& tolerance) {
 }
 
 /// Each step of the tolerance is one code step, so fewer of them than the depth's own are within
-/// it, and more are not; as many are mostly a matter of rounding.
-void find_regular_range(int code, int steps, float reference, LabelTolerance& tolerance) {
-  const bool up = code + steps <= kLargestCode && !is_moved(code, code + steps, reference);
-  const bool down = code - steps >= 0 && !is_moved(code, code - steps, reference);
+/// it, and more are not; as many are mostly a matter of rounding. `depths` are those of all codes.
+void find_regular_range(int code, int steps, const float* depths, LabelTolerance& tolerance) {
+  const auto reaches = [&](int other) {
+    return other >= 0 && other <= kLargestCode &&
+           std::fabs(depths[code] - clamp_depth(depths[other])) <= kThresholds[steps - 1];
+  };
+  const bool up = reaches(code + steps);
+  const bool down = reaches(code - steps);
   if (up) tolerance.up_by_all.add(code);
   if (down) tolerance.down_by_all.add(code);
   tolerance.lowest[code] = static_cast<unsigned char>(std::max(code - steps + (down ? 0 : 1), 0));
@@ -85,6 +91,8 @@ LabelTolerance find_tolerance(float reference) {
   constexpr float kNextToZero = 0.009F;
   constexpr float kClearOfZero = 0.0115F;
   constexpr float kFarFromClamping = 250.0F;
+  float depths[kCodeCount];
+  for (int code = 0; code < kCodeCount; ++code) depths[code] = decode_depth(code, reference);
   const int zero = first_code_from(kSmallestDepth, reference);
   const int next_to_zero_end = first_code_from(kNextToZero, reference);
   const int first = first_code_from(kClearOfZero, reference);
@@ -93,14 +101,16 @@ LabelTolerance find_tolerance(float reference) {
     const bool is_next_to_zero = code >= zero && code < next_to_zero_end;
     if (code >= end || (code < first && !is_next_to_zero)) {
       tolerance.irregular.add(code);
+      tolerance.has_special_codes = true;
       find_range(code, reference, tolerance);
       continue;
     }
     int steps = 1;
     for (const int level : from) steps += code >= level ? 1 : 0;
-    find_regular_range(code, steps, reference, tolerance);
+    find_regular_range(code, steps, depths, tolerance);
     if (is_next_to_zero) {
       tolerance.down_for_ever.add(code);
+      tolerance.has_special_codes = true;
       tolerance.lowest[code] = 0;
     }
   }

@@ -143,17 +143,20 @@ constexpr CodeSet kLoweredGreys = [] {
 
 /// Looks bytes up in sets of codes.
 struct Lookup {
-  __m256i row;
+  __m256i left_row;   ///< negative for those in the right half: they find nothing
+  __m256i right_row;  ///< the other way round
   __m256i bit;
-  __m256i is_right;
 
   explicit Lookup(__m256i bytes) {
     const __m256i low_half = _mm256_set1_epi8(0x0F);
+    const __m256i sign = _mm256_set1_epi8(static_cast<char>(0x80));
     const __m256i bits = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201U));
-    const __m256i column = _mm256_and_si256(bytes, low_half);
-    row = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), low_half);
-    bit = _mm256_shuffle_epi8(bits, column);
-    is_right = _mm256_cmpgt_epi8(column, _mm256_set1_epi8(7));
+    const __m256i row = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), low_half);
+    // The bit of 8 becomes the sign.
+    const __m256i half = _mm256_and_si256(_mm256_slli_epi16(bytes, 4), sign);
+    left_row = _mm256_or_si256(row, half);
+    right_row = _mm256_xor_si256(left_row, sign);
+    bit = _mm256_shuffle_epi8(bits, _mm256_and_si256(bytes, low_half));
   }
 
   /// 0xFF for members.
@@ -163,8 +166,8 @@ struct Lookup {
     load(left, set.half[0]);
     load(right, set.half[1]);
     const __m256i rows =
-        _mm256_blendv_epi8(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(left), row),
-                           _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(right), row), is_right);
+        _mm256_or_si256(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(left), left_row),
+                        _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(right), right_row));
     return _mm256_cmpeq_epi8(_mm256_and_si256(rows, bit), bit);
   }
 };
@@ -226,10 +229,14 @@ inline unsigned bits_of_bytes(__m256i mask) {
 inline bool find_moved(__m256i codes, __m256i read, unsigned lanes, const LabelTolerance& tolerance,
                        __m256i& moved) {
   const Lookup lookup(codes);
-  if ((bits_of_bytes(lookup.in(tolerance.irregular)) & lanes) != 0) return false;
+  if (tolerance.has_special_codes && (bits_of_bytes(lookup.in(tolerance.irregular)) & lanes) != 0) {
+    return false;
+  }
   const __m256i up = _mm256_subs_epu8(read, codes);
-  const __m256i down =
-      _mm256_andnot_si256(lookup.in(tolerance.down_for_ever), _mm256_subs_epu8(codes, read));
+  __m256i down = _mm256_subs_epu8(codes, read);
+  if (tolerance.has_special_codes) {
+    down = _mm256_andnot_si256(lookup.in(tolerance.down_for_ever), down);
+  }
   __m256i allowed = _mm256_set1_epi8(1);
   for (const unsigned char from : tolerance.one_more_from) {
     const __m256i level = _mm256_set1_epi8(static_cast<char>(from));

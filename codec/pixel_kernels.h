@@ -46,8 +46,9 @@ struct LabelTolerance {
   unsigned char one_more_from[kLevels];  ///< 255 stands for code 255 and for never
   CodeSet up_by_all;
   CodeSet down_by_all;
-  CodeSet down_for_ever;  ///< depths next to 0, where they end
-  CodeSet irregular;      ///< none of this holds
+  CodeSet down_for_ever;           ///< depths next to 0, where they end
+  CodeSet irregular;               ///< none of this holds
+  bool has_special_codes = false;  ///< in the last two sets
 };
 
 /// Camera geometry of one row, as the metric maps want it.

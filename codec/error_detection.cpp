@@ -122,9 +122,7 @@ ErrorFinder::ErrorFinder(struct_read_write_depth& record)
 
 void ErrorFinder::take_row(const unsigned char* read) {
   const auto width = static_cast<std::size_t>(record_.width);
-  const std::size_t next_row = pixel_ + width;
-  prefetch(record_.Encode + next_row, width * sizeof(int));
-  prefetch_to_write(record_.ErrorMap + next_row, width);
+  prefetch_to_write(record_.ErrorMap + pixel_ + width, width);
   for (std::size_t column = 0; column < width;) {
     column += take_strange_pixels(width - column);
     if (column == width) break;
@@ -153,14 +151,13 @@ std::size_t ErrorFinder::take_strange_pixels(std::size_t most) {
 
 void ErrorFinder::take_run(int label, std::size_t count, std::size_t room,
                            const unsigned char* read) {
-  bool* const flags = record_.ErrorMap + pixel_;
   if (!std::isfinite(record_.LabelRefZ[label])) {
-    std::fill_n(flags, count, false);
+    std::fill_n(record_.ErrorMap + pixel_, count, false);
     has_strange_labels_ = true;
     return;
   }
-  count_ += pixel_kernels().flag_moved({record_.Encode + pixel_, read}, count, room,
-                                       tolerance_of(label), flags);
+  count_ += pixel_kernels().flag_moved(codes_in_error_map(record_) + pixel_, read, count, room,
+                                       tolerance_of(label));
 }
 
 void ErrorFinder::flag(bool& flag, bool is_error) {
@@ -220,6 +217,7 @@ void ErrorFinder::look_at_strange_labels() {
 /// first unlabelled pixel belong to an earlier one. Recordings depend on the records so chosen.
 void ErrorFinder::look_at_all() {
   const std::size_t pixels = pixel_count(record_);
+  std::fill_n(record_.ErrorMap, pixels, false);
   const unsigned char* written = record_.EncodeUC;
   const unsigned char* read = record_.EncodeUC2;
   for (std::size_t pixel = 0; pixel < pixels; ++pixel) {

@@ -30,11 +30,19 @@ template <typename Visit>
 void for_each_flag(const bool* flags, std::size_t count, Visit visit) {
   static_assert(sizeof(bool) == 1);
   constexpr std::size_t kAtOnce = 64;
-  std::size_t first = 0;
-  for (; first + kAtOnce <= count; first += kAtOnce) {
-    for (std::uint64_t set = flags_as_bits(flags + first); set != 0; set &= set - 1) {
+  const auto visit_bits = [&](std::size_t first, std::uint64_t set) {
+    for (; set != 0; set &= set - 1) {
       visit(first + static_cast<std::size_t>(std::countr_zero(set)));
     }
+  };
+  std::size_t first = 0;
+  for (; first + kAtOnce <= count; first += kAtOnce)
+    visit_bits(first, flags_as_bits(flags + first));
+  if (first > 0 && first < count) {
+    // Together with some that have been visited, which are shifted out.
+    const std::size_t left = count - first;
+    visit_bits(first, flags_as_bits(flags + count - kAtOnce) >> (kAtOnce - left));
+    return;
   }
   for (; first < count; ++first) {
     if (flags[first]) visit(first);
@@ -57,12 +65,18 @@ inline int count_flags(const bool* flags, std::size_t count) {
   return sum;
 }
 
+/// The error map's memory, where each pixel's code waits to be compared and to become its flag.
+inline unsigned char* codes_in_error_map(struct_read_write_depth& record) {
+  static_assert(sizeof(bool) == 1);
+  return reinterpret_cast<unsigned char*>(record.ErrorMap);
+}
+
 /// How far codes of a label with this reference may be moved; the reference is finite.
 LabelTolerance find_tolerance(float reference);
 
 /// Flags in `ErrorMap` the pixels that the JPEG moved beyond the tolerance of their depth: compares
-/// the code image as written with its read-back, row by row. Not-a-number prints a message and
-/// waits for a key at each pixel.
+/// the codes as written, which the map holds at first, with their read-back, row by row.
+/// Not-a-number prints a message and waits for a key at each pixel.
 class ErrorFinder {
  public:
   /// The record has labels, codes and runs.

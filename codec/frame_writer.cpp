@@ -28,33 +28,26 @@ constexpr int kBytesPerPixel = 3;
 /// Frames of the cameras are 640 pixels wide; rows up to this width are made in a buffer.
 constexpr int kWidestRow = 4096;
 
-/// Clears what a frame before has left behind the labels and in the error map, row by row beside
-/// work that leaves the memory idle, and the rows left at the end of its life. Labels and codes are
-/// written for every pixel anyway, also when labelling fails.
-class ClearedRows {
+/// Leaves nothing of a frame before behind the labels, and flags in the error map whatever becomes
+/// of this one. Labels and codes are written for every pixel anyway, also when labelling fails.
+class CleanRecord {
  public:
-  explicit ClearedRows(struct_read_write_depth& record) : record_(record), references_(record) {}
-  ~ClearedRows() { clear_all(); }
-  ClearedRows(const ClearedRows&) = delete;
-  ClearedRows& operator=(const ClearedRows&) = delete;
+  explicit CleanRecord(struct_read_write_depth& record) : record_(record), references_(record) {}
+  ~CleanRecord() {
+    if (!has_flags_) std::fill_n(record_.ErrorMap, depth_io::pixel_count(record_), false);
+  }
+  CleanRecord(const CleanRecord&) = delete;
+  CleanRecord& operator=(const CleanRecord&) = delete;
 
   void keep_references(int count) { references_.keep_first(count); }
-  void clear_row() {
-    const auto width = static_cast<std::size_t>(record_.width);
-    bool* const flags = record_.ErrorMap + static_cast<std::size_t>(row_) * width;
-    depth_io::prefetch_to_write(flags + width, width);
-    std::fill_n(flags, width, false);
-    references_.clear_row();
-    ++row_;
-  }
-  void clear_all() {
-    while (row_ < record_.height) clear_row();
-  }
+  /// Row by row, beside work that leaves the memory idle; at the end of its life what is left.
+  void clear_references_of_row() { references_.clear_row(); }
+  void keep_flags() { has_flags_ = true; }
 
  private:
   struct_read_write_depth& record_;
   depth_io::UnusedReferences references_;
-  int row_ = 0;
+  bool has_flags_ = false;
 };
 
 /// What is to be written, and what is known of it so far.
@@ -74,7 +67,7 @@ struct FrameWrite {
   PathText depth_name{depth_io::kWriterNameSize};
   PathText colour_name{depth_io::kWriterNameSize};
   std::size_t base_length = 0;
-  std::optional<ClearedRows> cleared = {};
+  std::optional<CleanRecord> clean = {};
   int label_count = 0;
   int error_count = 0;
   depth_io::RegionCounts region_counts = {};
@@ -145,13 +138,13 @@ void announce(const FrameWrite& frame) {
 
 void clear_record(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - init");
-  frame.cleared.emplace(frame.record);
+  frame.clean.emplace(frame.record);
 }
 
 bool label_pixels(FrameWrite& frame) {
   frame.trace(" - DEBUG - write_compressed_data - label ref");
   const bool labelled = depth_io::label_pixels(frame.record, frame.depth, frame.label_count);
-  frame.cleared->keep_references(frame.label_count);
+  frame.clean->keep_references(frame.label_count);
   return labelled;
 }
 
@@ -176,10 +169,11 @@ bool store_references(FrameWrite& frame) {
          report_unwritten(name);
 }
 
-/// Makes the code image row by row, as the encoder takes it.
+/// Makes the code image row by row, as the encoder takes it. The error map keeps the codes, a byte
+/// each, for the comparison with the read-back.
 struct CodeRows {
   struct_read_write_depth& record;
-  ClearedRows& cleared;
+  CleanRecord& clean;
   int made = 0;
   unsigned char grey[kWidestRow] = {};
 
@@ -192,9 +186,12 @@ struct CodeRows {
     depth_io::prefetch(record.Encode + first + width, width * sizeof(int));
     depth_io::prefetch_to_write(record.EncodeUC + kBytesPerPixel * (first + width),
                                 kBytesPerPixel * width);
-    depth_io::pixel_kernels().expand_codes(record.Encode + first, width,
-                                           record.EncodeUC + kBytesPerPixel * first, grey);
-    cleared.clear_row();
+    unsigned char* const codes = depth_io::codes_in_error_map(record) + first;
+    depth_io::prefetch_to_write(codes + width, width);
+    depth_io::pixel_kernels().expand_codes(
+        record.Encode + first, width,
+        {.bgr = record.EncodeUC + kBytesPerPixel * first, .grey = grey, .codes = codes});
+    clean.clear_references_of_row();
     ++made;
     return grey;
   }
@@ -207,9 +204,11 @@ struct CodeRows {
 /// For frames that are wider than any camera's.
 bool write_wide_code_image(struct_read_write_depth& record, char* name) {
   const std::size_t pixels = depth_io::pixel_count(record);
+  unsigned char* const codes = depth_io::codes_in_error_map(record);
   unsigned char* bytes = record.EncodeUC;
   for (std::size_t pixel = 0; pixel < pixels; ++pixel, bytes += kBytesPerPixel) {
-    std::fill_n(bytes, kBytesPerPixel, static_cast<unsigned char>(record.Encode[pixel]));
+    codes[pixel] = static_cast<unsigned char>(record.Encode[pixel]);
+    std::fill_n(bytes, kBytesPerPixel, codes[pixel]);
   }
   return record.jpgfile.RGBToJpegFile(name, record.EncodeUC, record.width, record.height, false,
                                       depth_io::kJpegQuality);
@@ -218,7 +217,7 @@ bool write_wide_code_image(struct_read_write_depth& record, char* name) {
 bool write_code_image(FrameWrite& frame, char* name) {
   struct_read_write_depth& record = frame.record;
   if (record.width > kWidestRow) return write_wide_code_image(record, name);
-  CodeRows rows{record, *frame.cleared};
+  CodeRows rows{record, *frame.clean};
   const bool written = depth_io::write_grey_jpeg_file(
       name, record.width, record.height, depth_io::kJpegQuality, {CodeRows::row_of, &rows});
   rows.make_all();
@@ -231,7 +230,6 @@ bool store_code_image(FrameWrite& frame) {
   char* const name = frame.name_with(depth_io::kJpegEnding);
   if (frame.traces()) print(" - DEBUG - write_compressed_data - jpg saving '%s'\n", name);
   const bool written = write_code_image(frame, name);
-  frame.cleared->clear_all();
   if (!written) {
     print("write_compressed_data - liblinjpeg - failed to save encode jpeg '%s' %d x %d\n", name,
           record.width, record.height);
@@ -267,11 +265,11 @@ bool find_errors(FrameWrite& frame) {
   depth_io::RowSink sink{};
   if (finder.takes_rows()) sink = {ReadBackRows::take, &rows};
   if (!depth_io::read_jpeg_file(name, read_back, sink).decoded) {
-    std::fill_n(record.ErrorMap, depth_io::pixel_count(record), false);
     return refuse("ERROR - TOLVA_ReadJpgImage - JpegFileToRGB failed !!!");
   }
   frame.trace(" - DEBUG - write_compressed_data - loaded jpg");
   frame.error_count = finder.finish();
+  frame.clean->keep_flags();
   return true;
 }
 

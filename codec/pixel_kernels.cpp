@@ -2,6 +2,7 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -198,16 +199,17 @@ inline __m256i codes_as_bytes(const int* codes) {
                                      _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
-inline void shuffle_codes(const int* codes, std::size_t count, unsigned char* bgr,
-                          unsigned char* grey) {
+inline void shuffle_codes(const int* codes, std::size_t count, const CodeBytes& bytes) {
   std::size_t done = 0;
   for (; done + kBytesAtOnce <= count; done += kBytesAtOnce) {
-    const __m256i bytes = codes_as_bytes(codes + done);
-    store_tripled(_mm256_castsi256_si128(bytes), bgr + 3 * done);
-    store_tripled(_mm256_extracti128_si256(bytes, 1), bgr + 3 * (done + kBytesAtOnce / 2));
-    store(_mm256_add_epi8(bytes, Lookup(bytes).in(kLoweredGreys)), grey + done);
+    const __m256i all = codes_as_bytes(codes + done);
+    store_tripled(_mm256_castsi256_si128(all), bytes.bgr + 3 * done);
+    store_tripled(_mm256_extracti128_si256(all, 1), bytes.bgr + 3 * (done + kBytesAtOnce / 2));
+    store(_mm256_add_epi8(all, Lookup(all).in(kLoweredGreys)), bytes.grey + done);
+    store(all, bytes.codes + done);
   }
-  expand_codes(codes + done, count - done, bgr + 3 * done, grey + done);
+  expand_codes(codes + done, count - done,
+               {bytes.bgr + 3 * done, bytes.grey + done, bytes.codes + done});
 }
 
 inline void shuffle_grey(const unsigned char* grey, std::size_t count, unsigned char* bgr) {
@@ -254,23 +256,36 @@ inline bool find_moved(__m256i codes, __m256i read, unsigned lanes, const LabelT
   return true;
 }
 
-inline int flag_moved_at_once(const MovedCodes& pixels, std::size_t count, std::size_t room,
-                              const LabelTolerance& tolerance, bool* flags) {
+/// 0xFF for the first so many bytes.
+inline __m256i first_bytes(std::size_t count) {
+  alignas(kBytesAtOnce) static constexpr auto kSteps = [] {
+    std::array<unsigned char, 2 * kBytesAtOnce> steps{};
+    for (std::size_t i = 0; i < kBytesAtOnce; ++i) steps[i] = 0xFF;
+    return steps;
+  }();
+  __m256i mask;
+  load(mask, kSteps.data() + kBytesAtOnce - count);
+  return mask;
+}
+
+inline int flag_moved_at_once(unsigned char* codes, const unsigned char* read, std::size_t count,
+                              std::size_t room, const LabelTolerance& tolerance) {
   int sum = 0;
   std::size_t done = 0;
   for (; done < count && done + kBytesAtOnce <= room; done += kBytesAtOnce) {
-    const std::size_t left = count - done;
-    const unsigned lanes = left < kBytesAtOnce ? (1U << left) - 1 : ~0U;
-    __m256i read;
+    const __m256i lanes = first_bytes(std::min(count - done, kBytesAtOnce));
+    __m256i written;
+    __m256i now;
     __m256i moved;
-    load(read, pixels.read + done);
-    if (!find_moved(codes_as_bytes(pixels.written + done), read, lanes, tolerance, moved)) break;
-    store(_mm256_and_si256(moved, _mm256_set1_epi8(1)), flags + done);
-    sum += std::popcount(bits_of_bytes(moved) & lanes);
+    load(written, codes + done);
+    load(now, read + done);
+    if (!find_moved(written, now, bits_of_bytes(lanes), tolerance, moved)) break;
+    const __m256i flags = _mm256_and_si256(moved, _mm256_set1_epi8(1));
+    store(_mm256_blendv_epi8(written, flags, lanes), codes + done);
+    sum += std::popcount(bits_of_bytes(_mm256_and_si256(moved, lanes)));
   }
   if (done >= count) return sum;
-  return sum + flag_moved({pixels.written + done, pixels.read + done}, count - done, room - done,
-                          tolerance, flags + done);
+  return sum + flag_moved(codes + done, read + done, count - done, room - done, tolerance);
 }
 
 }  // namespace depth_io::avx2

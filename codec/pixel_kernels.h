@@ -76,18 +76,19 @@ struct RowPixels {
   float* map_y;
 };
 
-/// Codes of pixels side by side, and what the JPEG has made of them.
-struct MovedCodes {
-  const int* written;
-  const unsigned char* read;
-};
-
 /// Two depth maps and which of their pixels have depth.
 struct DepthChange {
   const float* before;
   const float* now;
   const bool* had_depth;
   const bool* has_depth;
+};
+
+/// Where the bytes of codes go.
+struct CodeBytes {
+  unsigned char* bgr;    ///< of the code image, three for each
+  unsigned char* grey;   ///< that the grey JPEG is made of
+  unsigned char* codes;  ///< as they are
 };
 
 struct PixelKernels {
@@ -97,9 +98,7 @@ struct PixelKernels {
   std::size_t (*code_pixels)(const float* depth, const int* mask, std::size_t count,
                              LabelIntervals& labels, int* label, int* code);
 
-  /// Codes as a B, G, R image and as the bytes that the grey JPEG is made of.
-  void (*expand_codes)(const int* codes, std::size_t count, unsigned char* bgr,
-                       unsigned char* grey);
+  void (*expand_codes)(const int* codes, std::size_t count, const CodeBytes& bytes);
 
   /// A grey row as B, G, R.
   void (*expand_grey)(const unsigned char* grey, std::size_t count, unsigned char* bgr);
@@ -109,10 +108,11 @@ struct PixelKernels {
   int (*code_runs)(const int* values, std::size_t count, std::size_t longest, int* lengths,
                    int* run_values);
 
-  /// Flags the first so many pixels, of one label, that were moved too far; returns their number.
-  /// Flags behind them, up to `room`, may get any value.
-  int (*flag_moved)(const MovedCodes& pixels, std::size_t count, std::size_t room,
-                    const LabelTolerance& tolerance, bool* flags);
+  /// Puts 1 in place of the first so many codes, of one label, that `read` has moved too far, and 0
+  /// in place of the others; returns the number of the former. There are `room` codes, which are
+  /// written back as they are behind the first ones.
+  int (*flag_moved)(unsigned char* codes, const unsigned char* read, std::size_t count,
+                    std::size_t room, const LabelTolerance& tolerance);
 
   /// Rebuilds so many pixels of the label with this reference, the first of them in `column`. Those
   /// behind them, up to `room`, may get any value.

@@ -34,7 +34,7 @@ class LabelTable {
   }
 
   /// Labels that can be told without a search; the label found or opened last is tried first.
-  LabelIntervals sure_intervals() const { return {sure_, sure_count_, sure_last_}; }
+  LabelIntervals sure_intervals() const { return {sure_, sure_count_, sure_last_, sure_last_}; }
 
  private:
   /// Up to so many labels are searched one after the other; real frames have fewer. Infinities and

@@ -20,7 +20,8 @@ struct LabelInterval {
 struct LabelIntervals {
   const LabelInterval* of;
   int count;
-  int last;  ///< tried first; the one that was used last
+  int last;    ///< tried first; the one of the last pixel
+  int before;  ///< tried next; borders have one surface on either side
 };
 
 /// A set of codes: code `c` is bit `c % 8` of byte `c / 16` in half `c / 8 % 2`.

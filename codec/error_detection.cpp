@@ -54,15 +54,37 @@ void find_range(int code, float reference, LabelTolerance& tolerance) {
   tolerance.highest[code] = static_cast<unsigned char>(highest);
 }
 
+/// Depths of all codes of a label, and whether each can be moved by all steps of its tolerance.
+struct LabelDepths {
+  float written[kCodeCount];
+  float read[kCodeCount];
+  bool up_by_all[kCodeCount] = {};
+  bool down_by_all[kCodeCount] = {};
+
+  explicit LabelDepths(float reference) {
+    for (int code = 0; code < kCodeCount; ++code) {
+      written[code] = decode_depth(code, reference);
+      read[code] = clamp_depth(written[code]);
+    }
+  }
+
+  /// For codes from `first` to `end`, whose tolerance has so many steps.
+  void find_moves(int first, int end, int steps) {
+    const float threshold = kThresholds[steps - 1];
+    for (int code = first; code < std::min(end, kCodeCount - steps); ++code) {
+      up_by_all[code] = std::fabs(written[code] - read[code + steps]) <= threshold;
+    }
+    for (int code = std::max(first, steps); code < end; ++code) {
+      down_by_all[code] = std::fabs(written[code] - read[code - steps]) <= threshold;
+    }
+  }
+};
+
 /// Each step of the tolerance is one code step, so fewer of them than the depth's own are within
-/// it, and more are not; as many are mostly a matter of rounding. `depths` are those of all codes.
-void find_regular_range(int code, int steps, const float* depths, LabelTolerance& tolerance) {
-  const auto reaches = [&](int other) {
-    return other >= 0 && other <= kLargestCode &&
-           std::fabs(depths[code] - clamp_depth(depths[other])) <= kThresholds[steps - 1];
-  };
-  const bool up = reaches(code + steps);
-  const bool down = reaches(code - steps);
+/// it, and more are not; as many are mostly a matter of rounding.
+void find_regular_range(int code, int steps, const LabelDepths& depths, LabelTolerance& tolerance) {
+  const bool up = depths.up_by_all[code];
+  const bool down = depths.down_by_all[code];
   if (up) tolerance.up_by_all.add(code);
   if (down) tolerance.down_by_all.add(code);
   tolerance.lowest[code] = static_cast<unsigned char>(std::max(code - steps + (down ? 0 : 1), 0));
@@ -91,8 +113,11 @@ LabelTolerance find_tolerance(float reference) {
   constexpr float kNextToZero = 0.009F;
   constexpr float kClearOfZero = 0.0115F;
   constexpr float kFarFromClamping = 250.0F;
-  float depths[kCodeCount];
-  for (int code = 0; code < kCodeCount; ++code) depths[code] = decode_depth(code, reference);
+  LabelDepths depths(reference);
+  for (int level = 0; level <= LabelTolerance::kLevels; ++level) {
+    const int last = level == LabelTolerance::kLevels ? kCodeCount : from[level];
+    depths.find_moves(level == 0 ? 0 : from[level - 1], last, level + 1);
+  }
   const int zero = first_code_from(kSmallestDepth, reference);
   const int next_to_zero_end = first_code_from(kNextToZero, reference);
   const int first = first_code_from(kClearOfZero, reference);

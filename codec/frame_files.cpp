@@ -1,6 +1,7 @@
 #include "codec/frame_files.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 
@@ -44,13 +45,15 @@ bool write_records(BufferedFile& file, const struct_read_write_depth& record) {
   for (int region = 0; region < kRegionCount; ++region) {
     for_each_row(record, region, [&](int row, std::size_t first_pixel, std::size_t columns) {
       const int* const codes = record.Encode + first_pixel;
-      char* out = file.room_for(ErrorFileParser::kRecordSize * columns);
+      char* out = file.room_for(ErrorFileParser::kRecordSize * columns + sizeof(std::uint32_t));
       for_each_flag(record.ErrorMap + first_pixel, columns, [&](std::size_t column) {
+        const auto code = static_cast<std::uint32_t>(codes[column]);
         all_valid = all_valid && is_valid_code(codes[column]);
-        if (!all_valid) return;
-        *out++ = static_cast<char>(row);
-        *out++ = static_cast<char>(column);
-        *out++ = static_cast<char>(codes[column]);
+        // Three bytes at once; the fourth is written over.
+        const std::uint32_t bytes = static_cast<std::uint32_t>(row) |
+                                    static_cast<std::uint32_t>(column) << 8U | code << 16U;
+        std::memcpy(out, &bytes, sizeof bytes);
+        out += all_valid ? ErrorFileParser::kRecordSize : 0;
       });
       file.use_room_to(out);
     });

@@ -145,6 +145,19 @@ LabelTolerance find_tolerance(float reference) {
 ErrorFinder::ErrorFinder(struct_read_write_depth& record)
     : record_(record), has_mask_(has_mask(record)) {}
 
+inline void ErrorFinder::take_run(int label, std::size_t count, std::size_t room,
+                                  const unsigned char* read) {
+  KnownLabel& known = known_[static_cast<std::size_t>(label) % kKnownLabels];
+  if (known.label != label) learn(known, label);
+  if (known.is_strange) {
+    std::fill_n(record_.ErrorMap + pixel_, count, false);
+    has_strange_labels_ = true;
+    return;
+  }
+  count_ +=
+      kernels_.flag_moved(codes_in_error_map(record_) + pixel_, read, count, room, known.tolerance);
+}
+
 void ErrorFinder::take_row(const unsigned char* read) {
   const auto width = static_cast<std::size_t>(record_.width);
   prefetch_to_write(record_.ErrorMap + pixel_ + width, width);
@@ -174,26 +187,16 @@ std::size_t ErrorFinder::take_strange_pixels(std::size_t most) {
   return count;
 }
 
-void ErrorFinder::take_run(int label, std::size_t count, std::size_t room,
-                           const unsigned char* read) {
-  if (!std::isfinite(record_.LabelRefZ[label])) {
-    std::fill_n(record_.ErrorMap + pixel_, count, false);
-    has_strange_labels_ = true;
-    return;
-  }
-  count_ += pixel_kernels().flag_moved(codes_in_error_map(record_) + pixel_, read, count, room,
-                                       tolerance_of(label));
-}
-
 void ErrorFinder::flag(bool& flag, bool is_error) {
   flag = is_error;
   count_ += is_error ? 1 : 0;
 }
 
-const LabelTolerance& ErrorFinder::tolerance_of(int label) {
-  KnownLabel& known = known_[static_cast<std::size_t>(label) % kKnownLabels];
-  if (known.label != label) known = {label, find_tolerance(record_.LabelRefZ[label])};
-  return known.tolerance;
+void ErrorFinder::learn(KnownLabel& known, int label) const {
+  const float reference = record_.LabelRefZ[label];
+  known.label = label;
+  known.is_strange = !std::isfinite(reference);
+  if (!known.is_strange) known.tolerance = find_tolerance(reference);
 }
 
 int ErrorFinder::finish() {

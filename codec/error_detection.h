@@ -95,6 +95,7 @@ class ErrorFinder {
  private:
   struct KnownLabel {
     int label = -1;
+    bool is_strange = false;  ///< its reference is no number, and there is no tolerance
     LabelTolerance tolerance;
   };
   static constexpr std::size_t kKnownLabels = 64;
@@ -102,12 +103,13 @@ class ErrorFinder {
   std::size_t take_strange_pixels(std::size_t most);
   void take_run(int label, std::size_t count, std::size_t room, const unsigned char* read);
   void flag(bool& flag, bool is_error);
-  const LabelTolerance& tolerance_of(int label);
+  void learn(KnownLabel& known, int label) const;
   void take_pixels_left();
   void look_at_strange_labels();
   void look_at_all();
 
   struct_read_write_depth& record_;
+  const PixelKernels& kernels_ = pixel_kernels();
   bool has_mask_;
   bool has_strange_labels_ = false;
   std::size_t pixel_ = 0;  ///< the next one

@@ -14,11 +14,9 @@
 namespace depth_io::bench {
 namespace {
 
-constexpr int kRounds = 5;
-/// Operations that take many milliseconds take part in every second round.
-constexpr int kSlow = 2;
-/// In a recorder and in a player, the call before was mostly the same one.
-constexpr int kRepetitions = 4;
+constexpr int kRounds = 11;
+/// Operations that take many milliseconds take part in every fifth round.
+constexpr int kSlow = 5;
 
 constexpr char kStamp[] = "2026-11-21T10-00-00.000000";
 constexpr tools::Intrinsics kIntrinsics = tools::kAsusIntrinsics;
@@ -53,17 +51,20 @@ unsigned char luminance(unsigned char code) {
 
 }  // namespace
 
-FrameBench::FrameBench()
-    : grey_codes_(kFramePixels), jpeg_buffer_(4 * kFramePixels), decoded_samples_(kFramePixels) {}
+FrameBench::FrameBench() : encoded_(4 * kFramePixels), decoded_samples_(kFramePixels) {}
 
 FrameResults FrameBench::measure(const std::vector<Frame>& frames,
                                  const std::vector<Frame>& twins) {
-  return measure_groups({our_calls(!twins.empty()), verified_writing(), other_codecs()}, frames,
-                        twins);
+  FrameResults results = measure_group(our_calls(!twins.empty()), frames, twins);
+  // The slow ones would only push the data of the others out of the caches.
+  for (const Group& group : {verified_writing(), other_codecs()}) {
+    results.measured.merge(measure_chosen(group));
+  }
+  return results;
 }
 
 FrameResults FrameBench::measure_ours(const std::vector<Frame>& frames) {
-  return measure_groups({our_calls(false)}, frames, {});
+  return measure_group(our_calls(false), frames, {});
 }
 
 FrameContent FrameBench::content_of(const Frame& frame) {
@@ -75,48 +76,54 @@ FrameContent FrameBench::content_of(const Frame& frame) {
               static_cast<int>(std::count(record.ErrorMap, record.ErrorMap + kFramePixels, true))};
 }
 
-FrameResults FrameBench::measure_groups(const std::vector<Group>& groups,
-                                        const std::vector<Frame>& frames,
-                                        const std::vector<Frame>& twins) {
-  sizes_.clear();
+FrameResults FrameBench::measure_group(const Group& group, const std::vector<Frame>& frames,
+                                       const std::vector<Frame>& twins) {
+  get_ready(frames, twins);
   FrameResults results;
-  results.measured = measure_interleaved(groups, frames.size(), kRounds, [&](std::size_t index) {
-    start(frames[index], twins.empty() ? nullptr : &twins[index]);
-  });
+  results.measured = measure_chosen(group);
   for (const auto& [name, sizes] : sizes_) results.bytes[name] = median(sizes);
   return results;
 }
 
-void FrameBench::start(const Frame& frame, const Frame* twin) {
-  frame_ = &frame;
-  twin_ = twin;
-  written_.clear();
-  write(frame, -1, Colour::kWithout);
-  sizes_["write"].push_back(static_cast<double>(written_.bytes()));
-  written_.clear();
-  write(frame, -1, Colour::kWith);
-  sizes_["write with colour"].push_back(static_cast<double>(written_.bytes()));
-  kept_.clear();
-  std::filesystem::copy(written_.path(), kept_.path());
-  check_bare_calls();
-  check_other_codecs();
+Measurements FrameBench::measure_chosen(const Group& group) {
+  return measure_in_passes(group, subjects_.size(), kRounds,
+                           [&](std::size_t index) { subject_ = subjects_[index].get(); });
+}
+
+void FrameBench::get_ready(const std::vector<Frame>& frames, const std::vector<Frame>& twins) {
+  sizes_.clear();
+  subjects_.clear();
+  for (std::size_t i = 0; i < frames.size(); ++i) {
+    subjects_.push_back(std::make_unique<Subject>());
+    subject_ = subjects_.back().get();
+    subject_->frame = &frames[i];
+    subject_->twin = twins.empty() ? nullptr : &twins[i];
+    written_.clear();
+    write(frames[i], -1, Colour::kWithout);
+    sizes_["write"].push_back(static_cast<double>(written_.bytes()));
+    written_.clear();
+    write(frames[i], -1, Colour::kWith);
+    sizes_["write with colour"].push_back(static_cast<double>(written_.bytes()));
+    std::filesystem::copy(written_.path(), subject_->files.path());
+    make_bare_codes();
+    make_other_codes();
+  }
 }
 
 Operation FrameBench::writing(const std::string& name, int verification, Colour colour) {
   // A recorder makes new files.
   return {.name = name,
-          .run = [this, verification, colour] { write(*frame_, verification, colour); },
+          .run = [this, verification, colour] { write(*subject_->frame, verification, colour); },
           .prepare = [this] { written_.clear(); }};
 }
 
-/// The calls whose ratios count; the slow ones of the other groups would only push their data out
-/// of the caches.
+/// The calls whose ratios count.
 Group FrameBench::our_calls(bool with_twin) {
   Group group;
   group.push_back(writing("write", -1, Colour::kWithout));
   if (with_twin) {
     group.push_back({.name = "write twin",
-                     .run = [this] { write(*twin_, -1, Colour::kWithout); },
+                     .run = [this] { write(*subject_->twin, -1, Colour::kWithout); },
                      .prepare = [this] { written_.clear(); }});
   }
   group.push_back(writing("write, verification 0", 0, Colour::kWithout));
@@ -125,21 +132,22 @@ Group FrameBench::our_calls(bool with_twin) {
   add_bare_calls(group);
   group.push_back({.name = "read", .run = [this] { read(Colour::kWithout); }});
   group.push_back({.name = "read with colour", .run = [this] { read(Colour::kWith); }});
-  for (Operation& operation : group) operation.repetitions = kRepetitions;
   return group;
 }
 
 void FrameBench::add_bare_calls(Group& group) {
-  group.push_back({.name = "jpeg grey encode", .run = [this] {
-                     encode_bare({grey_codes_.data(), kFrameWidth, kFrameHeight, 1}, jpeg_buffer_);
-                   }});
   group.push_back(
-      {.name = "jpeg grey decode", .run = [this] { decode_bare(grey_jpeg_, decoded_image_); }});
-  group.push_back({.name = "jpeg colour encode", .run = [this] {
-                     encode_bare({frame_->bgr.data(), kFrameWidth, kFrameHeight, 3}, jpeg_buffer_);
-                   }});
+      {.name = "jpeg grey encode", .run = [this] {
+         encode_bare({subject_->grey_codes.data(), kFrameWidth, kFrameHeight, 1}, encoded_);
+       }});
+  group.push_back({.name = "jpeg grey decode",
+                   .run = [this] { decode_bare(subject_->grey_jpeg, decoded_image_); }});
   group.push_back(
-      {.name = "jpeg colour decode", .run = [this] { decode_bare(colour_jpeg_, decoded_image_); }});
+      {.name = "jpeg colour encode", .run = [this] {
+         encode_bare({subject_->frame->bgr.data(), kFrameWidth, kFrameHeight, 3}, encoded_);
+       }});
+  group.push_back({.name = "jpeg colour decode",
+                   .run = [this] { decode_bare(subject_->colour_jpeg, decoded_image_); }});
 }
 
 Group FrameBench::verified_writing() {
@@ -152,25 +160,22 @@ Group FrameBench::other_codecs() {
   Group group;
   for (const int level : {1, 6}) {
     const std::string name = "png level " + std::to_string(level);
-    OtherCode& code = other_codes_[name];
-    group.push_back(
-        {.name = name + " encode",
-         .run = [this, level, &code] { code.size = encode_png(samples_, level, code.buffer); },
-         .every_nth_round = kSlow});
+    group.push_back({.name = name + " encode",
+                     .run = [this, level] { encode_png(subject_->samples, level, encoded_); },
+                     .every_nth_round = kSlow});
     group.push_back({.name = name + " decode",
-                     .run = [this, &code] { decode_png(code.bytes(), decoded_samples_); },
+                     .run = [this, name] { decode_png(subject_->codes[name], decoded_samples_); },
                      .every_nth_round = kSlow});
   }
-  OtherCode& zstd = other_codes_["zstd level 1"];
   group.push_back({.name = "zstd level 1 encode",
-                   .run = [this, &zstd] { zstd.size = zstd_.encode(samples_, zstd.buffer); }});
-  group.push_back({.name = "zstd level 1 decode",
-                   .run = [this, &zstd] { zstd_.decode(zstd.bytes(), decoded_samples_); }});
-  OtherCode& rvl = other_codes_["rvl"];
+                   .run = [this] { zstd_.encode(subject_->samples, encoded_); }});
+  group.push_back({.name = "zstd level 1 decode", .run = [this] {
+                     zstd_.decode(subject_->codes["zstd level 1"], decoded_samples_);
+                   }});
   group.push_back(
-      {.name = "rvl encode", .run = [this, &rvl] { rvl.size = encode_rvl(samples_, rvl.buffer); }});
-  group.push_back(
-      {.name = "rvl decode", .run = [this, &rvl] { decode_rvl(rvl.bytes(), decoded_samples_); }});
+      {.name = "rvl encode", .run = [this] { encode_rvl(subject_->samples, encoded_); }});
+  group.push_back({.name = "rvl decode",
+                   .run = [this] { decode_rvl(subject_->codes["rvl"], decoded_samples_); }});
   return group;
 }
 
@@ -189,49 +194,55 @@ void FrameBench::write(const Frame& frame, int verification, Colour colour) {
 }
 
 void FrameBench::read(Colour colour) {
-  std::string name = depth_name(kept_);
+  std::string name = depth_name(subject_->files);
   require(load_compressed_data(record_.value, name.data(), 0), "a frame was not read");
   if (colour == Colour::kWithout) return;
   const std::span<unsigned char> image(record_.value.LoadedColourImage, 3 * kFramePixels);
-  require(read_jpeg_file(colour_name(kept_).c_str(), image).decoded, "no colour image was read");
+  require(read_jpeg_file(colour_name(subject_->files).c_str(), image).decoded,
+          "no colour image was read");
 }
 
 /// The bare calls must do exactly what the writer cannot do without: the same bytes come out.
-void FrameBench::check_bare_calls() {
+void FrameBench::make_bare_codes() {
+  Subject& subject = *subject_;
+  subject.grey_codes.resize(kFramePixels);
   for (std::size_t i = 0; i < kFramePixels; ++i) {
-    grey_codes_[i] = luminance(static_cast<unsigned char>(record_.value.Encode[i]));
+    subject.grey_codes[i] = luminance(static_cast<unsigned char>(record_.value.Encode[i]));
   }
-  grey_jpeg_ = read_file(depth_name(kept_) + kJpegEnding);
-  colour_jpeg_ = read_file(colour_name(kept_));
-  const auto encodes_to = [this](const JpegImage& image, const std::vector<unsigned char>& bytes) {
-    const std::size_t size = encode_bare(image, jpeg_buffer_);
-    return size == bytes.size() && std::equal(bytes.begin(), bytes.end(), jpeg_buffer_.begin());
+  subject.grey_jpeg = read_file(depth_name(subject.files) + kJpegEnding);
+  subject.colour_jpeg = read_file(colour_name(subject.files));
+  const auto encodes_to = [this](const JpegImage& image, const Buffer& bytes) {
+    const std::size_t size = encode_bare(image, encoded_);
+    return size == bytes.size() && std::equal(bytes.begin(), bytes.end(), encoded_.begin());
   };
-  require(encodes_to({grey_codes_.data(), kFrameWidth, kFrameHeight, 1}, grey_jpeg_),
+  require(encodes_to({subject.grey_codes.data(), kFrameWidth, kFrameHeight, 1}, subject.grey_jpeg),
           "the bare grey image differs from the writer's");
-  require(encodes_to({frame_->bgr.data(), kFrameWidth, kFrameHeight, 3}, colour_jpeg_),
-          "the bare colour image differs from the writer's");
-  sizes_["jpeg grey encode"].push_back(static_cast<double>(grey_jpeg_.size()));
-  sizes_["jpeg colour encode"].push_back(static_cast<double>(colour_jpeg_.size()));
+  require(
+      encodes_to({subject.frame->bgr.data(), kFrameWidth, kFrameHeight, 3}, subject.colour_jpeg),
+      "the bare colour image differs from the writer's");
+  sizes_["jpeg grey encode"].push_back(static_cast<double>(subject.grey_jpeg.size()));
+  sizes_["jpeg colour encode"].push_back(static_cast<double>(subject.colour_jpeg.size()));
 }
 
 /// Each codec must give back what it was given; its code is then there for decoding.
-void FrameBench::check_other_codecs() {
-  samples_ = millimetres(frame_->depth);
-  const auto check = [this](const std::string& name, std::size_t size, auto decode) {
-    other_codes_[name].size = size;
+void FrameBench::make_other_codes() {
+  Subject& subject = *subject_;
+  subject.samples = millimetres(subject.frame->depth);
+  const auto keep = [&](const std::string& name, std::size_t size, auto decode) {
+    Buffer& code = subject.codes[name];
+    code.assign(encoded_.begin(), encoded_.begin() + static_cast<std::ptrdiff_t>(size));
     std::fill(decoded_samples_.begin(), decoded_samples_.end(), std::uint16_t{1});
-    decode(other_codes_[name].bytes(), decoded_samples_);
-    require(decoded_samples_ == samples_, (name + " is not lossless").c_str());
+    decode(code, decoded_samples_);
+    require(decoded_samples_ == subject.samples, (name + " is not lossless").c_str());
     sizes_[name + " encode"].push_back(static_cast<double>(size));
   };
   for (const int level : {1, 6}) {
-    const std::string name = "png level " + std::to_string(level);
-    check(name, encode_png(samples_, level, other_codes_[name].buffer), decode_png);
+    keep("png level " + std::to_string(level), encode_png(subject.samples, level, encoded_),
+         decode_png);
   }
-  check("zstd level 1", zstd_.encode(samples_, other_codes_["zstd level 1"].buffer),
-        [this](Bytes code, Samples& samples) { zstd_.decode(code, samples); });
-  check("rvl", encode_rvl(samples_, other_codes_["rvl"].buffer), decode_rvl);
+  keep("zstd level 1", zstd_.encode(subject.samples, encoded_),
+       [this](Bytes code, Samples& samples) { zstd_.decode(code, samples); });
+  keep("rvl", encode_rvl(subject.samples, encoded_), decode_rvl);
 }
 
 }  // namespace depth_io::bench

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,9 +41,10 @@ class FrameBench {
  private:
   enum class Colour { kWithout, kWith };
 
-  FrameResults measure_groups(const std::vector<Group>& groups, const std::vector<Frame>& frames,
-                              const std::vector<Frame>& twins);
-  void start(const Frame& frame, const Frame* twin);
+  FrameResults measure_group(const Group& group, const std::vector<Frame>& frames,
+                             const std::vector<Frame>& twins);
+  Measurements measure_chosen(const Group& group);
+  void get_ready(const std::vector<Frame>& frames, const std::vector<Frame>& twins);
   Group our_calls(bool with_twin);
   void add_bare_calls(Group& group);
   Group verified_writing();
@@ -51,31 +53,30 @@ class FrameBench {
 
   void write(const Frame& frame, int verification, Colour colour);
   void read(Colour colour);
-  void check_bare_calls();
-  void check_other_codecs();
+  void make_bare_codes();
+  void make_other_codes();
 
-  const Frame* frame_ = nullptr;
-  const Frame* twin_ = nullptr;
-  Scratch written_;  ///< the writer's files go here
-  Scratch kept_;     ///< the frame's files for the reader
-  OwnedRecord record_{kFrameWidth, kFrameHeight};
-
-  std::vector<unsigned char> grey_codes_;  ///< one byte per pixel, as the writer encodes them
-  std::vector<unsigned char> grey_jpeg_;
-  std::vector<unsigned char> colour_jpeg_;
-  std::vector<unsigned char> jpeg_buffer_;
-  std::vector<unsigned char> decoded_image_;
-
-  Samples samples_;
-  Samples decoded_samples_;
-  Zstd zstd_;
-  /// Code of the frame by each other codec.
-  struct OtherCode {
-    Buffer buffer;
-    std::size_t size = 0;
-    Bytes bytes() const { return Bytes(buffer).first(size); }
+  /// A frame, and all that is made of it before anything is measured.
+  struct Subject {
+    const Frame* frame;
+    const Frame* twin;
+    Scratch files;      ///< for the reader
+    Buffer grey_codes;  ///< one byte per pixel, as the writer encodes them
+    Buffer grey_jpeg;
+    Buffer colour_jpeg;
+    Samples samples;
+    std::map<std::string, Buffer> codes;  ///< by each other codec
   };
-  std::map<std::string, OtherCode> other_codes_;
+
+  std::vector<std::unique_ptr<Subject>> subjects_;
+  Subject* subject_ = nullptr;  ///< the one that is worked on
+  Scratch written_;             ///< the writer's files go here
+  OwnedRecord record_{kFrameWidth, kFrameHeight};
+  Zstd zstd_;
+
+  Buffer encoded_;
+  Buffer decoded_image_;
+  Samples decoded_samples_;
   std::map<std::string, std::vector<double>> sizes_;
 };
 

@@ -34,16 +34,18 @@ std::vector<double> Measurements::sums(const Names& operations) const {
 
 namespace {
 
+double seconds_prepared(const Operation& operation) {
+  operation.prepare();
+  return seconds_of(operation.run);
+}
+
 /// Adds each operation's median on the current frame.
 void measure_group(const Group& group, int rounds, Measurements& measurements) {
   std::vector<std::vector<double>> samples(group.size());
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t i = 0; i < group.size(); ++i) {
       if (round % group[i].every_nth_round != 0) continue;
-      for (int repetition = 0; repetition < group[i].repetitions; ++repetition) {
-        group[i].prepare();
-        samples[i].push_back(seconds_of(group[i].run));
-      }
+      samples[i].push_back(seconds_prepared(group[i]));
     }
   }
   for (std::size_t i = 0; i < group.size(); ++i) {
@@ -59,6 +61,28 @@ Measurements measure_interleaved(const std::vector<Group>& groups, std::size_t f
   for (std::size_t frame = 0; frame < frames; ++frame) {
     start_frame(frame);
     for (const Group& group : groups) measure_group(group, rounds, measurements);
+  }
+  return measurements;
+}
+
+Measurements measure_in_passes(const Group& group, std::size_t frames, int rounds,
+                               const std::function<void(std::size_t)>& choose_frame) {
+  using SamplesOfFrames = std::vector<std::vector<double>>;
+  std::vector<SamplesOfFrames> samples(group.size(), SamplesOfFrames(frames));
+  for (int round = 0; round < rounds; ++round) {
+    for (std::size_t i = 0; i < group.size(); ++i) {
+      if (round % group[i].every_nth_round != 0) continue;
+      for (std::size_t frame = 0; frame < frames; ++frame) {
+        choose_frame(frame);
+        samples[i][frame].push_back(seconds_prepared(group[i]));
+      }
+    }
+  }
+  Measurements measurements;
+  for (std::size_t i = 0; i < group.size(); ++i) {
+    for (const std::vector<double>& of_frame : samples[i]) {
+      measurements.add(group[i].name, median(of_frame));
+    }
   }
   return measurements;
 }

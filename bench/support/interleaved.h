@@ -14,7 +14,6 @@ struct Operation {
   std::function<void()> run;
   std::function<void()> prepare = [] {};  ///< before each run, not measured
   int every_nth_round = 1;                ///< slow operations need not take part in all
-  int repetitions = 1;                    ///< one after the other, in each round
 };
 
 /// Processor seconds of each operation on each frame: the median of its rounds.
@@ -23,6 +22,9 @@ class Measurements {
   using Names = std::vector<std::string>;
 
   void add(const std::string& operation, double seconds) { seconds_[operation].push_back(seconds); }
+
+  /// Takes over other operations on the same frames.
+  void merge(Measurements other) { seconds_.merge(other.seconds_); }
 
   /// Median over the frames.
   double seconds(const std::string& operation) const;
@@ -47,5 +49,11 @@ using Group = std::vector<Operation>;
 /// is called before a frame's first round.
 Measurements measure_interleaved(const std::vector<Group>& groups, std::size_t frames, int rounds,
                                  const std::function<void(std::size_t)>& start_frame);
+
+/// Does one operation after the other, each on all frames in order, round after round: in a
+/// recorder and in a player, the call before was mostly the same one on the frame before.
+/// `choose_frame` is called before each operation.
+Measurements measure_in_passes(const Group& group, std::size_t frames, int rounds,
+                               const std::function<void(std::size_t)>& choose_frame);
 
 }  // namespace depth_io::bench

@@ -71,7 +71,6 @@ void print(const char* format, ...) {
 }
 
 void print_line(const char* text) {
-  // Some lines come once for each pixel of a frame.
   char line[128];
   const std::size_t length = std::strlen(text);
   if (length + 1 > sizeof line) {
@@ -82,6 +81,8 @@ void print_line(const char* text) {
   line[length] = '\n';
   send(line, length + 1);
 }
+
+void print_whole_line(std::string_view line) { send(line.data(), line.size()); }
 
 void wait_for_key() { console().wait(console().wait_context); }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "codec/export.h"
 
@@ -34,5 +35,9 @@ CAMERA_DEPTH_RW_EXPORT void wait_for_key();
 
 /// `print_line`, then `wait_for_key`: how most failures are held on the screen.
 CAMERA_DEPTH_RW_EXPORT void print_line_and_wait(const char* text);
+
+/// As `print_line`, of a text that has its line end already: for lines that can come once for each
+/// pixel of a frame.
+void print_whole_line(std::string_view line);
 
 }  // namespace depth_io

@@ -99,6 +99,11 @@ bool has_mask(const struct_read_write_depth& record) {
 
 }  // namespace
 
+void report_depth_without_threshold() {
+  print_whole_line("ERROR GetCompressionErrorThreshold\n");
+  wait_for_key();
+}
+
 LabelTolerance find_tolerance(float reference) {
   LabelTolerance tolerance;
   int from[LabelTolerance::kLevels];
@@ -151,7 +156,7 @@ inline void ErrorFinder::take_run(int label, std::size_t count, std::size_t room
   if (known.label != label) learn(known, label);
   if (known.is_strange) {
     std::fill_n(record_.ErrorMap + pixel_, count, false);
-    has_strange_labels_ = true;
+    count_strange(record_.LabelRefZ[label], count);
     return;
   }
   count_ +=
@@ -179,12 +184,22 @@ void ErrorFinder::take_row(const unsigned char* read) {
 std::size_t ErrorFinder::take_strange_pixels(std::size_t most) {
   std::size_t count = 0;
   for (; left_in_run_ == 0 && count < most && record_.RLE_Nb[run_] == 1; ++count, ++run_) {
-    if (std::isfinite(record_.LabelRefZ[record_.RLE_Val[run_]])) break;
+    const float reference = record_.LabelRefZ[record_.RLE_Val[run_]];
+    if (std::isfinite(reference)) break;
     record_.ErrorMap[pixel_ + count] = false;
+    count_strange(reference, 1);
   }
-  has_strange_labels_ = has_strange_labels_ || count > 0;
   pixel_ += count;
   return count;
+}
+
+/// What these labels want is done once the whole image is known to be good.
+void ErrorFinder::count_strange(float reference, std::size_t pixels) {
+  if (std::isnan(reference)) {
+    pixels_without_number_ += pixels;
+  } else {
+    has_infinite_labels_ = true;
+  }
 }
 
 void ErrorFinder::flag(bool& flag, bool is_error) {
@@ -205,7 +220,9 @@ int ErrorFinder::finish() {
     return count_;
   }
   take_pixels_left();
-  if (has_strange_labels_) look_at_strange_labels();
+  if (has_infinite_labels_) flag_infinite_labels();
+  // No difference from what is no number is too large.
+  for (std::size_t i = 0; i < pixels_without_number_; ++i) report_depth_without_threshold();
   return count_;
 }
 
@@ -214,28 +231,21 @@ void ErrorFinder::take_pixels_left() {
   for (const std::size_t pixels = pixel_count(record_); pixel_ < pixels; ++pixel_) {
     const float reference = record_.LabelRefZ[record_.Label[pixel_]];
     const bool is_strange = !std::isfinite(reference);
-    has_strange_labels_ = has_strange_labels_ || is_strange;
+    if (is_strange) count_strange(reference, 1);
     flag(record_.ErrorMap[pixel_],
          !is_strange && is_moved(record_.Encode[pixel_], record_.EncodeUC2[kBytesPerPixel * pixel_],
                                  reference));
   }
 }
 
-/// Labels whose reference is no number: a message for each pixel of theirs, once the whole image is
-/// known to be good.
-void ErrorFinder::look_at_strange_labels() {
+void ErrorFinder::flag_infinite_labels() {
   std::size_t pixel = 0;
   for (int run = 0; run < record_.RLE_NbNb; ++run) {
     const float reference = record_.LabelRefZ[record_.RLE_Val[run]];
     const std::size_t end = pixel + static_cast<std::size_t>(record_.RLE_Nb[run]);
-    if (std::isnan(reference)) {
-      // No difference from it is too large.
-      for (std::size_t i = pixel; i < end; ++i) GetCompressionErrorThreshold(reference);
-    } else if (!std::isfinite(reference)) {
-      for (std::size_t i = pixel; i < end; ++i) {
-        flag(record_.ErrorMap[i],
-             is_moved(record_.Encode[i], record_.EncodeUC2[kBytesPerPixel * i], reference));
-      }
+    for (std::size_t i = pixel; std::isinf(reference) && i < end; ++i) {
+      flag(record_.ErrorMap[i],
+           is_moved(record_.Encode[i], record_.EncodeUC2[kBytesPerPixel * i], reference));
     }
     pixel = end;
   }

@@ -71,6 +71,9 @@ inline unsigned char* codes_in_error_map(struct_read_write_depth& record) {
   return reinterpret_cast<unsigned char*>(record.ErrorMap);
 }
 
+/// Complains of a depth that is no number, and waits for a key.
+void report_depth_without_threshold();
+
 /// How far codes of a label with this reference may be moved; the reference is finite.
 LabelTolerance find_tolerance(float reference);
 
@@ -95,7 +98,7 @@ class ErrorFinder {
  private:
   struct KnownLabel {
     int label = -1;
-    bool is_strange = false;  ///< its reference is no number, and there is no tolerance
+    bool is_strange = false;  ///< its reference is not finite, and there is no tolerance
     LabelTolerance tolerance;
   };
   static constexpr std::size_t kKnownLabels = 64;
@@ -105,13 +108,15 @@ class ErrorFinder {
   void flag(bool& flag, bool is_error);
   void learn(KnownLabel& known, int label) const;
   void take_pixels_left();
-  void look_at_strange_labels();
+  void count_strange(float reference, std::size_t pixels);
+  void flag_infinite_labels();
   void look_at_all();
 
   struct_read_write_depth& record_;
   const PixelKernels& kernels_ = pixel_kernels();
   bool has_mask_;
-  bool has_strange_labels_ = false;
+  bool has_infinite_labels_ = false;
+  std::size_t pixels_without_number_ = 0;
   std::size_t pixel_ = 0;  ///< the next one
   int run_ = 0;
   std::size_t left_in_run_ = 0;

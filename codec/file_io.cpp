@@ -111,34 +111,62 @@ bool is_missing(int error) { return error == ENOENT || error == ENOTDIR || error
 
 namespace {
 
-/// The decimal digits of a number below 10^8, the first in the lowest byte: all at once, for the
-/// label maps of some frames are very long.
-std::uint64_t eight_digits(std::uint32_t number) {
-  // Two numbers of four digits, each then parted into two of two and these into two of one.
-  const std::uint64_t fours = number / 10000U | std::uint64_t{number % 10000U} << 32U;
-  const std::uint64_t hundreds = (fours * 10486U >> 20U) & 0x0000007F0000007FU;
-  const std::uint64_t twos = hundreds | (fours - 100U * hundreds) << 16U;
-  const std::uint64_t tens = (twos * 103U >> 10U) & 0x000F000F000F000FU;
-  return tens | (twos - 10U * tens) << 8U;
-}
-
 /// A number as text.
 struct ShortNumber {
   char digits[3];
   unsigned char length;
 };
 
-/// Run lengths and labels are mostly this small.
-constexpr std::array<ShortNumber, 1000> kShortNumbers = [] {
+/// Numbers below 1000, of so many digits at least.
+constexpr std::array<ShortNumber, 1000> short_numbers(unsigned least_digits) {
   std::array<ShortNumber, 1000> numbers{};
-  for (std::size_t number = 0; number < numbers.size(); ++number) {
+  for (unsigned number = 0; number < numbers.size(); ++number) {
     ShortNumber& text = numbers[number];
-    for (std::size_t unit = number < 10 ? 1 : number < 100 ? 10 : 100; unit > 0; unit /= 10) {
+    for (unsigned digits = 3, unit = 100; digits > 0; --digits, unit /= 10) {
+      if (digits > least_digits && number < unit) continue;
       text.digits[text.length++] = static_cast<char>('0' + number / unit % 10);
     }
   }
   return numbers;
-}();
+}
+
+/// Run lengths and labels are mostly this small.
+constexpr auto kShortNumbers = short_numbers(1);
+constexpr auto kThreeDigits = short_numbers(3);
+
+/// Returns where the text ends; the byte behind it is spoiled.
+char* put_short(char* to, const ShortNumber& number) {
+  std::memcpy(to, &number, sizeof number);
+  return to + number.length;
+}
+
+constexpr std::size_t kLongestInt = 11;
+constexpr std::size_t kLongestFixed = 64;
+
+/// There is room for `kLongestInt`; returns where the text ends.
+char* put_int(char* to, int number) {
+  constexpr unsigned kThousand = kShortNumbers.size();
+  if (const auto small = static_cast<unsigned>(number); small < kThousand) {
+    return put_short(to, kShortNumbers[small]);
+  } else if (small < kThousand * kThousand) {
+    return put_short(put_short(to, kShortNumbers[small / kThousand]),
+                     kThreeDigits[small % kThousand]);
+  }
+  return std::to_chars(to, to + kLongestInt, number).ptr;
+}
+
+/// There is room for `kLongestFixed`; returns where the text ends.
+char* put_fixed(char* to, float number) {
+  if (std::isnan(number)) {
+    *to = '-';
+    to += std::signbit(number) ? 1 : 0;
+    std::memcpy(to, "nan", 3);
+    return to + 3;
+  }
+  return std::to_chars(to, to + kLongestFixed, static_cast<double>(number),
+                       std::chars_format::fixed, 6)
+      .ptr;
+}
 
 }  // namespace
 
@@ -181,68 +209,30 @@ void BufferedFile::write(std::string_view text) {
   used_ += text.size();
 }
 
-void BufferedFile::write_int(int number) {
-  make_room(kLongestInt);
-  put_int(number);
-}
+void BufferedFile::write_int(int number) { use_room_to(put_int(room_for(kLongestInt), number)); }
 
 void BufferedFile::write_line(int number) {
-  make_room(kLongestInt + 1);
-  put_int(number);
-  buffer_[used_++] = '\n';
+  char* end = put_int(room_for(kLongestInt + 1), number);
+  *end++ = '\n';
+  use_room_to(end);
 }
 
 void BufferedFile::write_line(int first, int second) {
-  make_room(2 * kLongestInt + 2);
-  put_int(first);
-  buffer_[used_++] = ' ';
-  put_int(second);
-  buffer_[used_++] = '\n';
-}
-
-/// There is room for it.
-void BufferedFile::put_int(int number) {
-  constexpr int kLeastOfNineDigits = 100000000;
-  if (const auto index = static_cast<unsigned>(number); index < kShortNumbers.size()) {
-    // Its length goes with it, and is written over.
-    std::memcpy(buffer_ + used_, &kShortNumbers[index], sizeof(ShortNumber));
-    used_ += kShortNumbers[index].length;
-    return;
-  }
-  if (number >= 0 && number < kLeastOfNineDigits) {
-    const std::uint64_t digits = eight_digits(static_cast<std::uint32_t>(number));
-    const auto leading_zeros = static_cast<unsigned>(std::countr_zero(digits)) / 8U;
-    const std::uint64_t text = (digits | 0x3030303030303030U) >> (8U * leading_zeros);
-    std::memcpy(buffer_ + used_, &text, sizeof text);
-    used_ += sizeof text - leading_zeros;
-    return;
-  }
-  const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_, number);
-  used_ = static_cast<std::size_t>(end.ptr - buffer_);
+  char* end = put_int(room_for(2 * kLongestInt + 2), first);
+  *end++ = ' ';
+  end = put_int(end, second);
+  *end++ = '\n';
+  use_room_to(end);
 }
 
 void BufferedFile::write_fixed(float number) {
-  make_room(kLongestFixed);
-  put_fixed(number);
+  use_room_to(put_fixed(room_for(kLongestFixed), number));
 }
 
 void BufferedFile::write_fixed_line(float number) {
-  make_room(kLongestFixed + 1);
-  put_fixed(number);
-  buffer_[used_++] = '\n';
-}
-
-/// There is room for it.
-void BufferedFile::put_fixed(float number) {
-  if (std::isnan(number)) {
-    buffer_[used_] = '-';
-    used_ += std::signbit(number) ? 1 : 0;
-    for (const char letter : {'n', 'a', 'n'}) buffer_[used_++] = letter;
-    return;
-  }
-  const auto end = std::to_chars(buffer_ + used_, buffer_ + sizeof buffer_,
-                                 static_cast<double>(number), std::chars_format::fixed, 6);
-  used_ = static_cast<std::size_t>(end.ptr - buffer_);
+  char* end = put_fixed(room_for(kLongestFixed + 1), number);
+  *end++ = '\n';
+  use_room_to(end);
 }
 
 bool BufferedFile::close() {

@@ -102,11 +102,6 @@ class BufferedFile {
   }
   void flush();
 
-  static constexpr std::size_t kLongestInt = 11;
-  static constexpr std::size_t kLongestFixed = 64;
-  void put_int(int number);
-  void put_fixed(float number);
-
   OutputFile file_;
   std::size_t used_ = 0;
   char buffer_[32 * 1024];

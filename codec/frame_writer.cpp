@@ -326,7 +326,7 @@ float GetCompressionErrorThreshold(float _Z1) {
   if (_Z1 < 4.0F) return 0.04F;
   if (_Z1 < 5.0F) return 0.05F;
   if (_Z1 >= 5.0F) return 0.05F;
-  print_line_and_wait("ERROR GetCompressionErrorThreshold");
+  depth_io::report_depth_without_threshold();
   return 0.05F;
 }
 

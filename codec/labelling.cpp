@@ -32,7 +32,7 @@ LabelTable::LabelTable(float* references, int capacity, int& count)
 }
 
 int LabelTable::add(float depth) {
-  const int label = add_unfit(depth);
+  const int label = add_unfit(&depth, 1);
   if (!std::isfinite(depth)) return label;
   if (sure_count_ < kSearchedInOrder) {
     sure_[sure_count_] = find_sure_interval(label);

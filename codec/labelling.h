@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "codec/depth_code.h"
@@ -27,10 +29,13 @@ class LabelTable {
   /// Opens a label with reference `depth` and returns it.
   int add(float depth);
 
-  /// The same for a depth that is no number: no other fits its label.
-  int add_unfit(float depth) {
-    references_[count_] = depth;
-    return count_++;
+  /// The same for depths that are no numbers: no other fits the label of each. Returns the first of
+  /// the labels, which follow each other.
+  int add_unfit(const float* depths, std::size_t count) {
+    std::copy_n(depths, count, references_ + count_);
+    const int first = count_;
+    count_ += static_cast<int>(count);
+    return first;
   }
 
   /// Labels that can be told without a search; the label found or opened last is tried first.

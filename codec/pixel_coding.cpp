@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <new>
+#include <numeric>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
@@ -67,11 +68,16 @@ bool code_pixel(struct_read_write_depth& record, const float* depth_map, LabelTa
   return true;
 }
 
-/// Codes pixels one by one, in order; false after a message at the first that cannot be. `next` is
-/// then that pixel, otherwise `end`.
+bool has_no_number(const struct_read_write_depth& record, const float* depth_map,
+                   std::size_t pixel) {
+  return std::isnan(depth_map[pixel]) && record.write_MapObject[pixel] >= 0;
+}
+
+/// Codes pixels one by one, in order, as far as they have numbers; false after a message at the
+/// first that cannot be coded. `next` is the pixel after those that were.
 bool code_one_by_one(struct_read_write_depth& record, const float* depth_map, LabelTable& labels,
                      std::size_t& next, std::size_t end) {
-  for (; next < end; ++next) {
+  for (; next < end && !has_no_number(record, depth_map, next); ++next) {
     if (record.write_MapObject[next] < 0) {
       record.Label[next] = -1;
       record.Encode[next] = 0;
@@ -95,11 +101,25 @@ void code_at_once(struct_read_write_depth& record, const float* depth_map, const
 /// stand side by side.
 void code_unfit(struct_read_write_depth& record, const float* depth_map, LabelTable& labels,
                 std::size_t& next, std::size_t pixels) {
-  for (; next < pixels && std::isnan(depth_map[next]) && record.write_MapObject[next] >= 0;
-       ++next) {
-    record.Label[next] = labels.add_unfit(depth_map[next]);
-    record.Encode[next] = kReferenceCode;
-  }
+  std::size_t end = next;
+  while (end < pixels && has_no_number(record, depth_map, end)) ++end;
+  const int first_label = labels.add_unfit(depth_map + next, end - next);
+  std::iota(record.Label + next, record.Label + end, first_label);
+  std::fill(record.Encode + next, record.Encode + end, kReferenceCode);
+  next = end;
+}
+
+/// Codes what is left before a pixel without a number, if that is less than a block, together with
+/// pixels before it that have been coded since `first`.
+void code_before_gap(struct_read_write_depth& record, const float* depth_map,
+                     const LabelTable& labels, std::size_t first, std::size_t& next,
+                     std::size_t end) {
+  std::size_t gap = next;
+  while (gap < end && !has_no_number(record, depth_map, gap)) ++gap;
+  if (gap == end || gap < first + kCodedBlock) return;
+  std::size_t again = gap - kCodedBlock;
+  code_at_once(record, depth_map, labels, again, gap);
+  if (again == gap) next = gap;
 }
 
 void leave_uncoded(struct_read_write_depth& record, std::size_t first) {
@@ -112,8 +132,10 @@ bool label_all_pixels(struct_read_write_depth& record, const float* depth_map, i
   LabelTable labels(record.LabelRefZ, static_cast<int>(pixels), label_count);
   for (std::size_t next = 0; next < pixels;) {
     code_unfit(record, depth_map, labels, next, pixels);
+    const std::size_t first = next;
     code_at_once(record, depth_map, labels, next, pixels);
     const std::size_t end = std::min(next + kCodedBlock, pixels);
+    code_before_gap(record, depth_map, labels, first, next, end);
     if (code_one_by_one(record, depth_map, labels, next, end)) continue;
     leave_uncoded(record, next);
     return false;

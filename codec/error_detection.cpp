@@ -106,11 +106,16 @@ void report_depth_without_threshold() {
 
 LabelTolerance find_tolerance(float reference) {
   LabelTolerance tolerance;
+  tolerance.fewest_steps = 1;
+  tolerance.level_count = 0;
   int from[LabelTolerance::kLevels];
   for (int level = 0; level < LabelTolerance::kLevels; ++level) {
     from[level] = first_code_from(static_cast<float>(level + 1), reference);
-    tolerance.one_more_from[level] =
-        static_cast<unsigned char>(std::min(from[level], kLargestCode));
+    if (from[level] == 0) {
+      ++tolerance.fewest_steps;
+    } else if (from[level] < kLargestCode) {
+      tolerance.one_more_from[tolerance.level_count++] = static_cast<unsigned char>(from[level]);
+    }
   }
   // Depths that are clamped, or would be after a move, follow no rule, unless they are so near to 0
   // that all below them is within the least tolerance. Nor does the last code, which has no byte of

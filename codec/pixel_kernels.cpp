@@ -240,9 +240,9 @@ inline bool find_moved(__m256i codes, __m256i read, unsigned lanes, const LabelT
   if (tolerance.has_special_codes) {
     down = _mm256_andnot_si256(lookup.in(tolerance.down_for_ever), down);
   }
-  __m256i allowed = _mm256_set1_epi8(1);
-  for (const unsigned char from : tolerance.one_more_from) {
-    const __m256i level = _mm256_set1_epi8(static_cast<char>(from));
+  __m256i allowed = _mm256_set1_epi8(static_cast<char>(tolerance.fewest_steps));
+  for (int i = 0; i < tolerance.level_count; ++i) {
+    const __m256i level = _mm256_set1_epi8(static_cast<char>(tolerance.one_more_from[i]));
     allowed = _mm256_sub_epi8(allowed, _mm256_cmpeq_epi8(_mm256_max_epu8(codes, level), codes));
   }
   // One step less, unless all of them are good.

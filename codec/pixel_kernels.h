@@ -42,9 +42,11 @@ struct LabelTolerance {
   unsigned char lowest[256];
   unsigned char highest[256];
 
-  // The same once more, for vectors: a code may be moved by one step, and by one more from each of
-  // `one_more_from` on; by the last of them only if it belongs to the set of its direction.
-  unsigned char one_more_from[kLevels];  ///< 255 stands for code 255 and for never
+  // The same once more, for vectors: a code may be moved by `fewest_steps`, and by one more from
+  // each of `one_more_from` on; by the last of them only if it belongs to the set of its direction.
+  unsigned char fewest_steps;
+  unsigned char one_more_from[kLevels];
+  int level_count;  ///< of `one_more_from`
   CodeSet up_by_all;
   CodeSet down_by_all;
   CodeSet down_for_ever;           ///< depths next to 0, where they end

@@ -131,6 +131,24 @@ TEST(BufferedFile, WritesMoreThanItsBuffer) {
   EXPECT_EQ(read_file(directory.file("f")), expected + large + "y");
 }
 
+TEST(BufferedFile, WritesIntegersAsTheyAre) {
+  const TempDirectory directory;
+  const std::string path = directory.file("numbers");
+  std::string expected;
+  BufferedFile file(path.c_str());
+  const auto write = [&](int number) {
+    file.write_line(number, number);
+    expected += std::to_string(number) + " " + std::to_string(number) + "\n";
+  };
+  for (int number = -1100; number < 12000; ++number) write(number);
+  for (int number : {99999, 100000, 123456, 999000, 999999, 1000000, 1000001, 76543210})
+    write(number);
+  write(std::numeric_limits<int>::max());
+  write(std::numeric_limits<int>::min());
+  ASSERT_TRUE(file.close());
+  EXPECT_EQ(read_file(path), expected);
+}
+
 TEST(BufferedFile, WritesSixDecimals) {
   const TempDirectory directory;
   BufferedFile file(directory.file("f").c_str());

@@ -39,13 +39,16 @@ TEST(PixelKernels, ExpandsEveryCodeToGreyBytesAndTheirLuminance) {
       for (std::size_t i = 0; i < size; ++i) codes[i] = static_cast<int>(i * 37 % 256);
       std::vector<unsigned char> bgr(3 * size + 1, 77);
       std::vector<unsigned char> grey(size + 1, 77);
-      kernels->expand_codes(codes.data(), size, bgr.data(), grey.data());
+      std::vector<unsigned char> bytes(size + 1, 77);
+      kernels->expand_codes(codes.data(), size, {bgr.data(), grey.data(), bytes.data()});
       for (std::size_t i = 0; i < size; ++i) {
         ASSERT_EQ(grey[i], luminance(codes[i], codes[i], codes[i]));
         for (std::size_t byte = 0; byte < 3; ++byte) ASSERT_EQ(bgr[3 * i + byte], codes[i]);
+        ASSERT_EQ(bytes[i], codes[i]);
       }
       EXPECT_EQ(bgr.back(), 77);
       EXPECT_EQ(grey.back(), 77);
+      EXPECT_EQ(bytes.back(), 77);
     }
   }
 }
@@ -374,19 +377,18 @@ TEST(LabelTolerance, AgreesWithTheComparisonOfDepthsForEveryPairOfCodes) {
     const LabelTolerance tolerance = find_tolerance(reference);
     for (const PixelKernels* kernels : kBuilds) {
       for (int written = 0; written < 256; ++written) {
-        const std::vector<int> codes(256, written);
+        std::vector<unsigned char> flags(256, static_cast<unsigned char>(written));
         std::vector<unsigned char> read(256);
         std::iota(read.begin(), read.end(), static_cast<unsigned char>(0));
-        bool flags[256];
-        const int count =
-            kernels->flag_moved({codes.data(), read.data()}, 256, 256, tolerance, flags);
+        const int count = kernels->flag_moved(flags.data(), read.data(), 256, 256, tolerance);
         int expected_count = 0;
-        for (int code = 0; code < 256; ++code) {
+        for (std::size_t i = 0; i < 256; ++i) {
+          const int code = static_cast<int>(i);
           const float written_depth = decode_depth(written, reference);
           const float read_depth = clamp_depth(decode_depth(code, reference));
           const bool expected =
               std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth);
-          ASSERT_EQ(flags[code], expected) << reference << " " << written << " " << code;
+          ASSERT_EQ(flags[i], expected ? 1 : 0) << reference << " " << written << " " << code;
           expected_count += expected ? 1 : 0;
         }
         ASSERT_EQ(count, expected_count);
@@ -404,21 +406,22 @@ TEST(LabelTolerance, HoldsForRandomReferencesAndSmallMoves) {
     const float reference =
         round % 2 == 0 ? anywhere(random) : std::round(anywhere(random) * 1000) / 1000;
     const LabelTolerance tolerance = find_tolerance(reference);
-    std::vector<int> codes(640);
+    std::vector<unsigned char> codes(640);
     std::vector<unsigned char> read(640);
     for (std::size_t i = 0; i < codes.size(); ++i) {
-      codes[i] = any_code(random);
+      codes[i] = static_cast<unsigned char>(any_code(random));
       read[i] = static_cast<unsigned char>(std::clamp(codes[i] + move(random), 0, 255));
     }
     for (const PixelKernels* kernels : kBuilds) {
-      bool flags[640];
-      kernels->flag_moved({codes.data(), read.data()}, codes.size(), codes.size(), tolerance,
-                          flags);
+      const std::size_t count = 1 + random() % codes.size();
+      std::vector<unsigned char> flags = codes;
+      kernels->flag_moved(flags.data(), read.data(), count, codes.size(), tolerance);
       for (std::size_t i = 0; i < codes.size(); ++i) {
         const float written_depth = decode_depth(codes[i], reference);
         const float read_depth = clamp_depth(decode_depth(read[i], reference));
-        ASSERT_EQ(flags[i], std::fabs(written_depth - read_depth) >
-                                GetCompressionErrorThreshold(written_depth));
+        const bool is_moved =
+            std::fabs(written_depth - read_depth) > GetCompressionErrorThreshold(written_depth);
+        ASSERT_EQ(flags[i], i < count ? int{is_moved} : int{codes[i]}) << count << " " << i;
       }
     }
   }
@@ -426,7 +429,8 @@ TEST(LabelTolerance, HoldsForRandomReferencesAndSmallMoves) {
 
 TEST(Flags, AreVisitedInOrderAndCounted) {
   for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{7}, std::size_t{8},
-                                 std::size_t{9}, std::size_t{128}, std::size_t{255}}) {
+                                 std::size_t{9}, std::size_t{63}, std::size_t{64}, std::size_t{65},
+                                 std::size_t{127}, std::size_t{128}, std::size_t{255}}) {
     std::unique_ptr<bool[]> flags(new bool[size + 1]());
     std::vector<std::size_t> expected;
     for (std::size_t i = 0; i < size; ++i) {

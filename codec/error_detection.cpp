@@ -6,7 +6,6 @@
 #include "codec/console.h"
 #include "codec/depth_code.h"
 #include "codec/frame_writer.h"
-#include "codec/prefetch.h"
 
 namespace depth_io {
 namespace {
@@ -54,42 +53,65 @@ void find_range(int code, float reference, LabelTolerance& tolerance) {
   tolerance.highest[code] = static_cast<unsigned char>(highest);
 }
 
-/// Depths of all codes of a label, and whether each can be moved by all steps of its tolerance.
-struct LabelDepths {
-  float written[kCodeCount];
+/// What decides how far the codes of a label may be moved.
+struct LabelCodes {
+  float written[kCodeCount];  ///< depths
   float read[kCodeCount];
+  int steps[kCodeCount];  ///< that the tolerance of the depth has
   bool up_by_all[kCodeCount] = {};
   bool down_by_all[kCodeCount] = {};
+  bool is_irregular[kCodeCount] = {};
+  bool is_next_to_zero[kCodeCount] = {};
 
-  explicit LabelDepths(float reference) {
+  explicit LabelCodes(float reference) {
     for (int code = 0; code < kCodeCount; ++code) {
       written[code] = decode_depth(code, reference);
       read[code] = clamp_depth(written[code]);
     }
   }
 
-  /// For codes from `first` to `end`, whose tolerance has so many steps.
-  void find_moves(int first, int end, int steps) {
-    const float threshold = kThresholds[steps - 1];
-    for (int code = first; code < std::min(end, kCodeCount - steps); ++code) {
-      up_by_all[code] = std::fabs(written[code] - read[code + steps]) <= threshold;
+  /// Codes from `first` to `end` have a tolerance of so many steps. Each of these is one code step,
+  /// so fewer of them are within it, and more are not; as many are mostly a matter of rounding.
+  void find_moves(int first, int end, int step_count) {
+    const float threshold = kThresholds[step_count - 1];
+    std::fill(steps + first, steps + std::max(first, end), step_count);
+    for (int code = first; code < std::min(end, kCodeCount - step_count); ++code) {
+      up_by_all[code] = std::fabs(written[code] - read[code + step_count]) <= threshold;
     }
-    for (int code = std::max(first, steps); code < end; ++code) {
-      down_by_all[code] = std::fabs(written[code] - read[code - steps]) <= threshold;
+    for (int code = std::max(first, step_count); code < end; ++code) {
+      down_by_all[code] = std::fabs(written[code] - read[code - step_count]) <= threshold;
     }
+  }
+
+  /// Depths that are clamped, or would be after a move, follow no rule, unless they are so near to
+  /// 0 that all below them is within the least tolerance. Returns whether there are codes of either
+  /// kind.
+  bool find_special_codes(float reference) {
+    constexpr float kNextToZero = 0.009F;
+    constexpr float kClearOfZero = 0.0115F;
+    constexpr float kFarFromClamping = 250.0F;
+    const int zero = first_code_from(kSmallestDepth, reference);
+    const int next_to_zero_end = first_code_from(kNextToZero, reference);
+    const int first = first_code_from(kClearOfZero, reference);
+    const int end = first_code_from(kFarFromClamping, reference);
+    std::fill(is_irregular, is_irregular + first, true);
+    std::fill(is_irregular + end, is_irregular + kCodeCount, true);
+    for (int code = zero; code < std::min(next_to_zero_end, end); ++code) {
+      is_irregular[code] = false;
+      is_next_to_zero[code] = true;
+    }
+    return first > 0 || end < kCodeCount;
   }
 };
 
-/// Each step of the tolerance is one code step, so fewer of them than the depth's own are within
-/// it, and more are not; as many are mostly a matter of rounding.
-void find_regular_range(int code, int steps, const LabelDepths& depths, LabelTolerance& tolerance) {
-  const bool up = depths.up_by_all[code];
-  const bool down = depths.down_by_all[code];
-  if (up) tolerance.up_by_all.add(code);
-  if (down) tolerance.down_by_all.add(code);
-  tolerance.lowest[code] = static_cast<unsigned char>(std::max(code - steps + (down ? 0 : 1), 0));
-  tolerance.highest[code] =
-      static_cast<unsigned char>(std::min(code + steps - (up ? 0 : 1), kLargestCode));
+void find_regular_ranges(const LabelCodes& codes, LabelTolerance& tolerance) {
+  for (int code = 0; code < kCodeCount; ++code) {
+    const int down = codes.steps[code] - (codes.down_by_all[code] ? 0 : 1);
+    const int up = codes.steps[code] - (codes.up_by_all[code] ? 0 : 1);
+    const int lowest = codes.is_next_to_zero[code] ? 0 : std::max(code - down, 0);
+    tolerance.lowest[code] = static_cast<unsigned char>(lowest);
+    tolerance.highest[code] = static_cast<unsigned char>(std::min(code + up, kLargestCode));
+  }
 }
 
 bool has_mask(const struct_read_write_depth& record) {
@@ -106,48 +128,28 @@ void report_depth_without_threshold() {
 
 LabelTolerance find_tolerance(float reference) {
   LabelTolerance tolerance;
-  tolerance.fewest_steps = 1;
-  tolerance.level_count = 0;
-  int from[LabelTolerance::kLevels];
+  LabelCodes codes(reference);
+  int first = 0;
   for (int level = 0; level < LabelTolerance::kLevels; ++level) {
-    from[level] = first_code_from(static_cast<float>(level + 1), reference);
-    if (from[level] == 0) {
+    const int from = first_code_from(static_cast<float>(level + 1), reference);
+    codes.find_moves(first, from, level + 1);
+    first = from;
+    if (from == 0) {
       ++tolerance.fewest_steps;
-    } else if (from[level] < kLargestCode) {
-      tolerance.one_more_from[tolerance.level_count++] = static_cast<unsigned char>(from[level]);
+    } else if (from < kCodeCount) {
+      tolerance.one_more_from[tolerance.level_count++] = static_cast<unsigned char>(from);
     }
   }
-  // Depths that are clamped, or would be after a move, follow no rule, unless they are so near to 0
-  // that all below them is within the least tolerance. Nor does the last code, which has no byte of
-  // its own to tell it from none.
-  constexpr float kNextToZero = 0.009F;
-  constexpr float kClearOfZero = 0.0115F;
-  constexpr float kFarFromClamping = 250.0F;
-  LabelDepths depths(reference);
-  for (int level = 0; level <= LabelTolerance::kLevels; ++level) {
-    const int last = level == LabelTolerance::kLevels ? kCodeCount : from[level];
-    depths.find_moves(level == 0 ? 0 : from[level - 1], last, level + 1);
-  }
-  const int zero = first_code_from(kSmallestDepth, reference);
-  const int next_to_zero_end = first_code_from(kNextToZero, reference);
-  const int first = first_code_from(kClearOfZero, reference);
-  const int end = std::min(first_code_from(kFarFromClamping, reference), kLargestCode);
-  for (int code = 0; code <= kLargestCode; ++code) {
-    const bool is_next_to_zero = code >= zero && code < next_to_zero_end;
-    if (code >= end || (code < first && !is_next_to_zero)) {
-      tolerance.irregular.add(code);
-      tolerance.has_special_codes = true;
-      find_range(code, reference, tolerance);
-      continue;
-    }
-    int steps = 1;
-    for (const int level : from) steps += code >= level ? 1 : 0;
-    find_regular_range(code, steps, depths, tolerance);
-    if (is_next_to_zero) {
-      tolerance.down_for_ever.add(code);
-      tolerance.has_special_codes = true;
-      tolerance.lowest[code] = 0;
-    }
+  codes.find_moves(first, kCodeCount, LabelTolerance::kLevels + 1);
+  tolerance.has_special_codes = codes.find_special_codes(reference);
+  find_regular_ranges(codes, tolerance);
+  tolerance.up_by_all = CodeSet(codes.up_by_all);
+  tolerance.down_by_all = CodeSet(codes.down_by_all);
+  if (!tolerance.has_special_codes) return tolerance;
+  tolerance.down_for_ever = CodeSet(codes.is_next_to_zero);
+  tolerance.irregular = CodeSet(codes.is_irregular);
+  for (int code = 0; code < kCodeCount; ++code) {
+    if (codes.is_irregular[code]) find_range(code, reference, tolerance);
   }
   return tolerance;
 }
@@ -170,7 +172,6 @@ inline void ErrorFinder::take_run(int label, std::size_t count, std::size_t room
 
 void ErrorFinder::take_row(const unsigned char* read) {
   const auto width = static_cast<std::size_t>(record_.width);
-  prefetch_to_write(record_.ErrorMap + pixel_ + width, width);
   for (std::size_t column = 0; column < width;) {
     column += take_strange_pixels(width - column);
     if (column == width) break;

@@ -58,8 +58,8 @@ inline int count_flags(const bool* flags, std::size_t count) {
     std::memcpy(&bytes, flags + first, sizeof bytes);
     sums = _mm_add_epi64(sums, _mm_sad_epu8(bytes, _mm_setzero_si128()));
   }
-  auto sum = static_cast<int>(_mm_cvtsi128_si64(sums) +
-                              _mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+  auto sum =
+      static_cast<int>(_mm_cvtsi128_si64(sums) + _mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
   for (; first < count; ++first) sum += flags[first] ? 1 : 0;
   return sum;
 }

@@ -16,7 +16,6 @@
 #include "codec/frame_names.h"
 #include "codec/jpeg_rows.h"
 #include "codec/pixel_kernels.h"
-#include "codec/prefetch.h"
 #include "codec/unused_references.h"
 
 using depth_io::PathText;
@@ -114,7 +113,6 @@ class RowRebuilder {
 
   /// The next row of the code image. Exact codes take the place of those that the JPEG spoiled.
   void take_row(unsigned char* codes) {
-    prefetch_next_row();
     start_row(codes);
     if (found_bad_label_) {
       fill_labels();
@@ -140,16 +138,6 @@ class RowRebuilder {
   static constexpr std::size_t kLongRun = 64;
 
   std::size_t width() const { return static_cast<std::size_t>(record_.width); }
-
-  void prefetch_next_row() const {
-    const std::size_t next = first_pixel() + width();
-    const std::size_t bytes = width() * sizeof(float);
-    depth_io::prefetch_to_write(record_.Label + next, bytes);
-    depth_io::prefetch_to_write(record_.ErrorCorrect + next, bytes);
-    depth_io::prefetch_to_write(record_.LoadedDepth + next, bytes);
-    depth_io::prefetch_to_write(record_.LoadedMapX + next, bytes);
-    depth_io::prefetch_to_write(record_.LoadedMapY + next, bytes);
-  }
 
   /// `codes` is null for a row that is not rebuilt.
   void start_row(unsigned char* codes) {

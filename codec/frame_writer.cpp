@@ -12,7 +12,6 @@
 #include "codec/jpeg_rows.h"
 #include "codec/pixel_coding.h"
 #include "codec/pixel_kernels.h"
-#include "codec/prefetch.h"
 #include "codec/run_length.h"
 #include "codec/unused_references.h"
 
@@ -183,11 +182,7 @@ struct CodeRows {
   const unsigned char* make_row() {
     const auto width = static_cast<std::size_t>(record.width);
     const std::size_t first = static_cast<std::size_t>(made) * width;
-    depth_io::prefetch(record.Encode + first + width, width * sizeof(int));
-    depth_io::prefetch_to_write(record.EncodeUC + kBytesPerPixel * (first + width),
-                                kBytesPerPixel * width);
     unsigned char* const codes = depth_io::codes_in_error_map(record) + first;
-    depth_io::prefetch_to_write(codes + width, width);
     depth_io::pixel_kernels().expand_codes(
         record.Encode + first, width,
         {.bgr = record.EncodeUC + kBytesPerPixel * first, .grey = grey, .codes = codes});

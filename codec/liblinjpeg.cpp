@@ -17,7 +17,6 @@
 #include "codec/jpeg_rows.h"
 #include "codec/luminance.h"
 #include "codec/pixel_kernels.h"
-#include "codec/prefetch.h"
 
 using depth_io::print;
 using depth_io::print_line;
@@ -235,9 +234,7 @@ void decode_other_rows(Decoder& decoder, unsigned char* pixels) {
   const JDIMENSION row_size = codec.output_width * static_cast<JDIMENSION>(codec.output_components);
   const JSAMPARRAY line =
       (*codec.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, row_size, 1);
-  const std::size_t row_bytes = std::size_t{codec.output_width} * kBytesPerPixel;
   while (codec.output_scanline < codec.output_height) {
-    depth_io::prefetch_to_write(pixels + codec.output_scanline * row_bytes, row_bytes);
     jpeg_read_scanlines(&codec, line, 1);
     if (codec.output_components != 1) continue;
     const int row = static_cast<int>(codec.output_scanline) - 1;

@@ -136,11 +136,11 @@ inline void rebuild_pixels(const RowPixels& row, std::size_t count, std::size_t 
 // Bytes are moved about by shuffles, which no compiler makes of the plain loops.
 
 constexpr CodeSet kLoweredGreys = [] {
-  CodeSet lowered;
+  bool lowered[256] = {};
   for (int grey = 0; grey < 256; ++grey) {
-    if (kGreyLuminances[static_cast<std::size_t>(grey)] < grey) lowered.add(grey);
+    lowered[grey] = kGreyLuminances[static_cast<std::size_t>(grey)] < grey;
   }
-  return lowered;
+  return CodeSet(lowered);
 }();
 
 /// Looks bytes up in sets of codes.

@@ -28,10 +28,13 @@ struct LabelIntervals {
 struct CodeSet {
   alignas(16) unsigned char half[2][16] = {};
 
-  constexpr void add(int code) {
-    const auto c = static_cast<unsigned>(code);
-    unsigned char& byte = half[c / 8 % 2][c / 16];
-    byte = static_cast<unsigned char>(byte | 1U << c % 8);
+  constexpr CodeSet() = default;
+  constexpr explicit CodeSet(const bool (&members)[256]) {
+    for (unsigned group = 0; group < 32; ++group) {
+      unsigned byte = 0;
+      for (unsigned i = 0; i < 8; ++i) byte |= (members[8 * group + i] ? 1U : 0U) << i;
+      half[group % 2][group / 2] = static_cast<unsigned char>(byte);
+    }
   }
 };
 
@@ -44,9 +47,9 @@ struct LabelTolerance {
 
   // The same once more, for vectors: a code may be moved by `fewest_steps`, and by one more from
   // each of `one_more_from` on; by the last of them only if it belongs to the set of its direction.
-  unsigned char fewest_steps;
+  unsigned char fewest_steps = 1;
   unsigned char one_more_from[kLevels];
-  int level_count;  ///< of `one_more_from`
+  int level_count = 0;  ///< of `one_more_from`
   CodeSet up_by_all;
   CodeSet down_by_all;
   CodeSet down_for_ever;           ///< depths next to 0, where they end

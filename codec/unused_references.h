@@ -6,7 +6,6 @@
 #include <cstdint>
 
 #include "codec/pixel_kernels.h"
-#include "codec/prefetch.h"
 #include "codec/working_record.h"
 
 namespace depth_io {
@@ -27,12 +26,8 @@ class UnusedReferences {
     next_ = std::min(static_cast<std::size_t>(std::max(count, 0)), pixels_);
   }
 
-  /// Clears a row's worth of them, and fetches those of the next.
-  void clear_row() {
-    const std::size_t count = std::min(static_cast<std::size_t>(record_.width), pixels_ - next_);
-    prefetch(record_.LabelRefZ + next_ + count, count * sizeof(float));
-    clear(count);
-  }
+  /// Clears a row's worth of them.
+  void clear_row() { clear(std::min(static_cast<std::size_t>(record_.width), pixels_ - next_)); }
 
  private:
   void clear(std::size_t count) {

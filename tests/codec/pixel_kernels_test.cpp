@@ -397,6 +397,30 @@ TEST(LabelTolerance, AgreesWithTheComparisonOfDepthsForEveryPairOfCodes) {
   }
 }
 
+/// References that put each of the tolerance's steps next to the last code.
+TEST(LabelTolerance, HoldsForTheLastCodesWhereverTheirTolerancesBegin) {
+  for (int level = 1; level <= 5; ++level) {
+    for (int code = 250; code < 258; ++code) {
+      const float reference = static_cast<float>(level) - static_cast<float>(code) / 100.0F + 1.25F;
+      const LabelTolerance tolerance = find_tolerance(reference);
+      for (const PixelKernels* kernels : kBuilds) {
+        for (int written = 240; written < 256; ++written) {
+          std::vector<unsigned char> flags(256, static_cast<unsigned char>(written));
+          std::vector<unsigned char> read(256);
+          std::iota(read.begin(), read.end(), static_cast<unsigned char>(0));
+          kernels->flag_moved(flags.data(), read.data(), 256, 256, tolerance);
+          for (std::size_t i = 0; i < 256; ++i) {
+            const float depth = decode_depth(written, reference);
+            const float moved_to = clamp_depth(decode_depth(static_cast<int>(i), reference));
+            const bool is_moved = std::fabs(depth - moved_to) > GetCompressionErrorThreshold(depth);
+            ASSERT_EQ(flags[i], is_moved ? 1 : 0) << reference << " " << written << " " << i;
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST(LabelTolerance, HoldsForRandomReferencesAndSmallMoves) {
   std::mt19937 random(11);
   std::uniform_real_distribution<float> anywhere(0.0F, 30.0F);

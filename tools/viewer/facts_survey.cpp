@@ -1,9 +1,5 @@
 #include "tools/viewer/facts_survey.h"
 
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 
@@ -11,12 +7,8 @@
 
 namespace depth_io::tools {
 
-void work_in_the_background() {
-  constexpr int kNice = 15;
-  setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), kNice);
-}
-
-FactsSurvey::FactsSurvey(const ViewedRecording& recording) : recording_(recording) {}
+FactsSurvey::FactsSurvey(const ViewedRecording& recording, const Background& background)
+    : recording_(recording), background_(background) {}
 
 std::string FactsSurvey::found_after(std::uint64_t generation, std::size_t after) {
   const std::lock_guard lock(mutex_);
@@ -36,7 +28,7 @@ std::string FactsSurvey::found_after(std::uint64_t generation, std::size_t after
 }
 
 void FactsSurvey::work(const std::stop_token& stop) {
-  work_in_the_background();
+  Background::join();
   std::size_t looked_at = 0;
   while (!stop.stop_requested()) {
     const RecordingView view = recording_.view();
@@ -64,6 +56,7 @@ bool FactsSurvey::look_at(const RecordingView& view, std::size_t begin,
   CoarseToFine order(static_cast<std::uint32_t>(view.frames().size() - begin));
   std::uint32_t place = 0;
   while (order.next(place)) {
+    background_.give_way(stop);
     if (stop.stop_requested() || recording_.view().generation != view.generation) return false;
     const std::size_t frame = begin + place;
     const Finding finding{static_cast<std::uint32_t>(frame), facts_of(view, view.frames()[frame])};

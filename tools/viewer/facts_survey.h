@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "tools/viewer/background.h"
 #include "tools/viewer/frame_facts.h"
 #include "tools/viewer/viewed_recording.h"
 
@@ -15,7 +16,7 @@ namespace depth_io::tools {
 /// Looks at the files of all frames in the background, roughly first; from the first question on.
 class FactsSurvey {
  public:
-  explicit FactsSurvey(const ViewedRecording& recording);
+  FactsSurvey(const ViewedRecording& recording, const Background& background);
 
   /// What was found after the first `after` frames looked at, at most `kMostAtOnce`, as 32-bit
   /// little-endian numbers: the generation, how many frames were looked at so far, and for each
@@ -34,14 +35,12 @@ class FactsSurvey {
   bool look_at(const RecordingView& view, std::size_t begin, const std::stop_token& stop);
 
   const ViewedRecording& recording_;
+  const Background& background_;
   std::mutex mutex_;
   std::condition_variable_any asked_;
   std::uint64_t generation_ = 0;
   std::vector<Finding> findings_;
   std::jthread thread_;
 };
-
-/// Lets the calling thread have only the time that others leave.
-void work_in_the_background();
 
 }  // namespace depth_io::tools

@@ -6,7 +6,6 @@
 
 #include "tools/frame.h"
 #include "tools/viewer/coarse_to_fine.h"
-#include "tools/viewer/facts_survey.h"
 
 namespace depth_io::tools {
 
@@ -22,8 +21,8 @@ float moved_share(const float* before, const float* depth) {
   return static_cast<float>(moved) / static_cast<float>(looked_at);
 }
 
-MotionSurvey::MotionSurvey(const ViewedRecording& recording)
-    : recording_(recording), before_(kFramePixels) {}
+MotionSurvey::MotionSurvey(const ViewedRecording& recording, const Background& background)
+    : recording_(recording), background_(background), before_(kFramePixels) {}
 
 std::string MotionSurvey::found_after(std::uint64_t generation, std::size_t after,
                                       std::size_t first, std::size_t last) {
@@ -44,7 +43,7 @@ std::string MotionSurvey::found_after(std::uint64_t generation, std::size_t afte
 }
 
 void MotionSurvey::work(const std::stop_token& stop) {
-  work_in_the_background();
+  Background::join();
   while (!stop.stop_requested()) {
     Part part;
     {
@@ -76,6 +75,7 @@ void MotionSurvey::measure_part(const Part& part, const RecordingView& view,
   for (std::size_t i = 0; i < kMostOfPart && order.next(place); ++i) {
     const auto frame = static_cast<std::uint32_t>(first + place);
     if (known_.contains(frame)) continue;
+    background_.give_way(stop);
     if (stop.stop_requested() || !is_current(part)) return;
     const float share = measure(view, frame);
     const std::lock_guard lock(mutex_);

@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "tools/viewer/background.h"
 #include "tools/viewer/frame_decoder.h"
 #include "tools/viewer/viewed_recording.h"
 
@@ -17,7 +18,7 @@ namespace depth_io::tools {
 /// of the part of the recording that is looked at.
 class MotionSurvey {
  public:
-  explicit MotionSurvey(const ViewedRecording& recording);
+  MotionSurvey(const ViewedRecording& recording, const Background& background);
 
   /// Samples found after the first `after`, JSON; from now on frames `first` to `last` are looked
   /// at.
@@ -46,6 +47,7 @@ class MotionSurvey {
   bool decode(const RecordingView& view, std::size_t frame);
 
   const ViewedRecording& recording_;
+  const Background& background_;
   FrameDecoder decoder_;
   std::vector<float> before_;
 

@@ -90,8 +90,8 @@ ViewerServer::ViewerServer(const ViewerSettings& settings)
       token_(random_token(kTokenBytes)),
       rules_(token_, {settings.address, host_name()}),
       recording_(settings.directory),
-      facts_(recording_),
-      motion_(recording_),
+      facts_(recording_, background_),
+      motion_(recording_, background_),
       exports_(settings.export_program, settings.directory, settings.exports) {
   add_routes();
   port_ = http_.take_port(settings.address, settings.port);
@@ -171,6 +171,7 @@ void ViewerServer::answer(const Request& request, Response& response) {
     reply(response, exports_.description(), kJson);
   } else if (request.path.starts_with("/api/frames/")) {
     check_generation(asked_generation(), question.view);
+    background_.note_request();
     answer_frame(question, response);
   } else {
     throw Refused{404, "there is no such page"};

@@ -61,6 +61,7 @@ class ViewerServer {
   RequestRules rules_;
   ViewedRecording recording_;
   DecoderPool decoders_;
+  Background background_;
   FactsSurvey facts_;
   MotionSurvey motion_;
   ExportJobs exports_;

@@ -60,7 +60,7 @@ class Page {
     });
     this.player.playing.watch(() => this.describeFrameSoon());
     this.player.failure.watch((failure) => this.tell(failure));
-    theme.watch(() => this.timeline.draw());
+    theme.watch(() => this.timeline.takeColours());
     const follow = element('follow');
     follow.addEventListener('click', () => this.follow(follow.getAttribute('aria-pressed') !== 'true'));
     const shorten = element<HTMLInputElement>('shorten');

@@ -13,6 +13,8 @@ export interface Range {
 }
 
 const AHEAD = 10;
+/** A frame that is looked at for so many milliseconds gets its neighbours fetched: before, more seeks may come. */
+const REST = 150;
 /** A late frame holds the clock no longer than this many milliseconds ahead of what is shown. */
 const MOST_LEAD = 200;
 
@@ -31,6 +33,7 @@ export class Player {
   private clock: PlayClock;
   private place = 0;
   private lastTick = 0;
+  private restTimer = 0;
 
   constructor(
     private sequence: Sequence,
@@ -160,19 +163,21 @@ export class Player {
 
   private async showTarget(): Promise<void> {
     const wanted = this.target.value;
+    window.clearTimeout(this.restTimer);
     if (!this.playing.value) this.store.prefetch([]);
     try {
       const frame = await this.store.get(wanted);
       if (!frame || this.target.value !== wanted) return;
       this.shown.set(frame);
       this.failure.set('');
-      if (!this.playing.value) this.prefetchAround(wanted);
+      this.restTimer = window.setTimeout(() => this.prefetchAround(wanted), REST);
     } catch {
       this.failure.set('The server does not answer. Is depthrw view still running?');
     }
   }
 
   private prefetchAround(index: number): void {
+    if (this.playing.value || this.target.value !== index) return;
     const near = [index + 1, index - 1, index + 2];
     this.store.prefetch(near.filter((place) => place >= 0 && place <= this.sequence.last));
   }

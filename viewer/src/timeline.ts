@@ -68,6 +68,12 @@ export class Timeline {
     this.zoomAround(this.axis.places[this.player.target.value], factor);
   }
 
+  /** The page has other colours now. */
+  takeColours(): void {
+    this.lanes.forgetColours();
+    this.draw();
+  }
+
   draw(): void {
     if (this.isDrawing) return;
     this.isDrawing = true;

@@ -1,6 +1,8 @@
 // What the timeline shows under its marks: time, frames and pauses, events, motion, bytes and labels.
 
 import type { Axis } from './axis';
+import type { Packed } from './colour_map';
+import { ColumnPicture, packedThemeColour } from './column_picture';
 import { fitCanvas, themeColour } from './dom';
 import type { RecordingEvent } from './events';
 import { bytesText, countText, durationText } from './format';
@@ -65,7 +67,14 @@ interface Columns {
 }
 
 export class TimelineLanes {
+  private readonly colours = new Map<string, Packed>();
+
   constructor(private readonly canvas: HTMLCanvasElement) {}
+
+  /** To be called when the page gets other colours. */
+  forgetColours(): void {
+    this.colours.clear();
+  }
 
   draw(view: Window, axis: Axis, survey: Survey, events: RecordingEvent[]): void {
     const context = fitCanvas(this.canvas, view.width, LANES_HEIGHT);
@@ -77,10 +86,12 @@ export class TimelineLanes {
     context.rect(GUTTER, 0, view.width - GUTTER - RIGHT_MARGIN + 1, LANES_HEIGHT);
     context.clip();
     this.drawAxis(context, view, axis);
-    this.drawFrames(context, view, axis, columns);
-    this.drawMotion(context, survey, columns);
-    this.drawBytes(context, survey, columns);
-    this.drawLabels(context, survey, columns);
+    const picture = new ColumnPicture(columns.count, LANES_HEIGHT);
+    this.paintFrames(picture, view, axis, columns);
+    this.paintMotion(picture, survey, columns);
+    this.paintBytes(picture, survey, columns);
+    this.paintLabels(picture, survey, columns);
+    picture.drawOnto(context, GUTTER);
     this.drawPauses(context, view, axis);
     this.drawEvents(context, view, axis, events);
     context.restore();
@@ -109,12 +120,20 @@ export class TimelineLanes {
     }
   }
 
-  private drawFrames(context: CanvasRenderingContext2D, view: Window, axis: Axis, columns: Columns): void {
+  private colour(name: string): Packed {
+    const known = this.colours.get(name);
+    if (known !== undefined) return known;
+    const colour = packedThemeColour(name);
+    this.colours.set(name, colour);
+    return colour;
+  }
+
+  private paintFrames(picture: ColumnPicture, view: Window, axis: Axis, columns: Columns): void {
     const { sequence } = axis;
     const lane = LANES.frames;
     const stepWidth = sequence.medianStep * view.perUnit;
-    const good = themeColour('frame');
-    const bad = themeColour('fault');
+    const good = this.colour('frame');
+    const bad = this.colour('fault');
     for (let column = 0; column < columns.count; column += 1) {
       const first = columns.first[column];
       const last = columns.last[column];
@@ -123,16 +142,15 @@ export class TimelineLanes {
       for (let i = first; i <= last && !isBad; i += 1) {
         isBad = sequence.has(i, FrameState.lacksDepthFile) || sequence.has(i, FrameState.lacksColour);
       }
-      context.fillStyle = isBad ? bad : good;
       // Far enough apart, frames are told from one another.
       const isFrameStart = stepWidth > 5 && (column === 0 || columns.first[column - 1] !== first);
-      if (!isFrameStart) context.fillRect(GUTTER + column, lane.top + 2, 1, lane.height - 4);
+      if (!isFrameStart) picture.bar(column, lane.top + 2, lane.height - 4, isBad ? bad : good);
     }
   }
 
-  private drawMotion(context: CanvasRenderingContext2D, survey: Survey, columns: Columns): void {
+  private paintMotion(picture: ColumnPicture, survey: Survey, columns: Columns): void {
     const lane = LANES.motion;
-    context.fillStyle = themeColour('motion');
+    const colour = this.colour('motion');
     let previous = NaN;
     for (let column = 0; column < columns.count; column += 1) {
       const first = columns.first[column];
@@ -146,33 +164,32 @@ export class TimelineLanes {
       previous = share;
       if (Number.isNaN(share)) continue;
       // A tenth of the image is much: the root brings out small movements.
-      const height = Math.min(1, Math.sqrt(share / 0.5)) * (lane.height - 3);
-      context.fillRect(GUTTER + column, lane.top + lane.height - Math.max(1, height), 1, Math.max(1, height));
+      const height = Math.max(1, Math.min(1, Math.sqrt(share / 0.5)) * (lane.height - 3));
+      picture.bar(column, lane.top + lane.height - height, height, colour);
     }
   }
 
-  private drawBytes(context: CanvasRenderingContext2D, survey: Survey, columns: Columns): void {
+  private paintBytes(picture: ColumnPicture, survey: Survey, columns: Columns): void {
     const lane = LANES.bytes;
     const most = survey.mostBytes;
-    const colours = BYTE_KINDS.map((kind) => themeColour(kind.colour));
+    const colours = BYTE_KINDS.map((kind) => this.colour(kind.colour));
     forKnownColumns(survey, columns, (column, frame) => {
       let top = lane.top + lane.height;
       BYTE_KINDS.forEach((kind, i) => {
         const height = (survey.field(frame, kind.field) / most) * (lane.height - 3);
         top -= height;
-        context.fillStyle = colours[i];
-        context.fillRect(GUTTER + column, top, 1, height);
+        picture.bar(column, top, height, colours[i]);
       });
     });
   }
 
-  private drawLabels(context: CanvasRenderingContext2D, survey: Survey, columns: Columns): void {
+  private paintLabels(picture: ColumnPicture, survey: Survey, columns: Columns): void {
     const lane = LANES.labels;
     const most = survey.mostLabels;
-    context.fillStyle = themeColour('labels');
+    const colour = this.colour('labels');
     forKnownColumns(survey, columns, (column, frame) => {
       const height = (survey.field(frame, LABEL_FIELD) / most) * (lane.height - 3);
-      context.fillRect(GUTTER + column, lane.top + lane.height - height, 1, height);
+      picture.bar(column, lane.top + lane.height - height, height, colour);
     });
   }
 

@@ -1,0 +1,47 @@
+// Many bars side by side, each as wide as a pixel of the page: painted into memory and drawn in one go, for a thousand
+// rectangles of their own would keep the browser busy for longer than a frame may take.
+
+import { type Packed, pack } from './colour_map';
+import { context2d, themeColour } from './dom';
+
+export class ColumnPicture {
+  private readonly ratio = window.devicePixelRatio || 1;
+  private readonly canvas = document.createElement('canvas');
+  private readonly image: ImageData;
+  private readonly pixels: Uint32Array;
+
+  /** Lengths are those of the page. */
+  constructor(
+    private readonly columns: number,
+    private readonly height: number,
+  ) {
+    this.canvas.width = Math.max(1, Math.round(columns * this.ratio));
+    this.canvas.height = Math.max(1, Math.round(height * this.ratio));
+    this.image = new ImageData(this.canvas.width, this.canvas.height);
+    this.pixels = new Uint32Array(this.image.data.buffer);
+  }
+
+  bar(column: number, top: number, height: number, colour: Packed): void {
+    const { ratio } = this;
+    const { width } = this.image;
+    const end = Math.min(width, Math.round((column + 1) * ratio));
+    const bottom = Math.min(this.image.height, Math.round((top + height) * ratio));
+    for (let y = Math.max(0, Math.round(top * ratio)); y < bottom; y += 1) {
+      this.pixels.fill(colour, y * width + Math.round(column * ratio), y * width + end);
+    }
+  }
+
+  drawOnto(context: CanvasRenderingContext2D, left: number): void {
+    context2d(this.canvas).putImageData(this.image, 0, 0);
+    context.drawImage(this.canvas, left, 0, this.columns, this.height);
+  }
+}
+
+/** A colour of the style sheet as it stands in pictures. */
+export function packedThemeColour(name: string): Packed {
+  const painter = context2d(document.createElement('canvas'));
+  painter.fillStyle = themeColour(name);
+  painter.fillRect(0, 0, 1, 1);
+  const [red, green, blue] = painter.getImageData(0, 0, 1, 1).data;
+  return pack(red, green, blue);
+}

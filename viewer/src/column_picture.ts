@@ -37,11 +37,17 @@ export class ColumnPicture {
   }
 }
 
-/** A colour of the style sheet as it stands in pictures. */
-export function packedThemeColour(name: string): Packed {
-  const painter = context2d(document.createElement('canvas'));
-  painter.fillStyle = themeColour(name);
-  painter.fillRect(0, 0, 1, 1);
-  const [red, green, blue] = painter.getImageData(0, 0, 1, 1).data;
-  return pack(red, green, blue);
+/** Colours of the style sheet as they stand in pictures. */
+export function packedThemeColours(names: readonly string[]): Map<string, Packed> {
+  // What is read back is better not drawn by the graphics processor.
+  const painter = document.createElement('canvas').getContext('2d', { willReadFrequently: true });
+  if (!painter) throw new Error('this browser draws no pictures');
+  return new Map(
+    names.map((name) => {
+      painter.fillStyle = themeColour(name);
+      painter.fillRect(0, 0, 1, 1);
+      const [red, green, blue] = painter.getImageData(0, 0, 1, 1).data;
+      return [name, pack(red, green, blue)];
+    }),
+  );
 }

@@ -2,7 +2,7 @@
 
 import type { Axis } from './axis';
 import type { Packed } from './colour_map';
-import { ColumnPicture, packedThemeColour } from './column_picture';
+import { ColumnPicture, packedThemeColours } from './column_picture';
 import { fitCanvas, themeColour } from './dom';
 import type { RecordingEvent } from './events';
 import { bytesText, countText, durationText } from './format';
@@ -66,14 +66,17 @@ interface Columns {
   last: Int32Array;
 }
 
+/** Those of the bars. */
+const COLOURS = ['frame', 'fault', 'motion', 'labels', ...BYTE_KINDS.map((kind) => kind.colour)];
+
 export class TimelineLanes {
-  private readonly colours = new Map<string, Packed>();
+  private colours: Map<string, Packed> | null = null;
 
   constructor(private readonly canvas: HTMLCanvasElement) {}
 
   /** To be called when the page gets other colours. */
   forgetColours(): void {
-    this.colours.clear();
+    this.colours = null;
   }
 
   draw(view: Window, axis: Axis, survey: Survey, events: RecordingEvent[]): void {
@@ -121,11 +124,8 @@ export class TimelineLanes {
   }
 
   private colour(name: string): Packed {
-    const known = this.colours.get(name);
-    if (known !== undefined) return known;
-    const colour = packedThemeColour(name);
-    this.colours.set(name, colour);
-    return colour;
+    this.colours ??= packedThemeColours(COLOURS);
+    return this.colours.get(name)!;
   }
 
   private paintFrames(picture: ColumnPicture, view: Window, axis: Axis, columns: Columns): void {

@@ -160,14 +160,31 @@ ErrorFinder::ErrorFinder(struct_read_write_depth& record)
 inline void ErrorFinder::take_run(int label, std::size_t count, std::size_t room,
                                   const unsigned char* read) {
   KnownLabel& known = known_[static_cast<std::size_t>(label) % kKnownLabels];
-  if (known.label != label) learn(known, label);
-  if (known.is_strange) {
-    std::fill_n(record_.ErrorMap + pixel_, count, false);
-    count_strange(record_.LabelRefZ[label], count);
+  if (known.label != label && !learn(known, label, count)) {
+    take_unknown_run(record_.LabelRefZ[label], count, read);
     return;
   }
   count_ +=
       kernels_.flag_moved(codes_in_error_map(record_) + pixel_, read, count, room, known.tolerance);
+}
+
+/// Some labels have so few pixels that these are sooner looked at than all codes. False when
+/// nothing was learnt.
+bool ErrorFinder::learn(KnownLabel& known, int label, std::size_t count) const {
+  constexpr std::size_t kWorthLearning = 16;
+  const float reference = record_.LabelRefZ[label];
+  if (count < kWorthLearning || !std::isfinite(reference)) return false;
+  known = {label, find_tolerance(reference)};
+  return true;
+}
+
+void ErrorFinder::take_unknown_run(float reference, std::size_t count, const unsigned char* read) {
+  const bool is_strange = !std::isfinite(reference);
+  if (is_strange) count_strange(reference, count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const int code = codes_in_error_map(record_)[pixel_ + i];
+    flag(record_.ErrorMap[pixel_ + i], !is_strange && is_moved(code, read[i], reference));
+  }
 }
 
 void ErrorFinder::take_row(const unsigned char* read) {
@@ -211,13 +228,6 @@ void ErrorFinder::count_strange(float reference, std::size_t pixels) {
 void ErrorFinder::flag(bool& flag, bool is_error) {
   flag = is_error;
   count_ += is_error ? 1 : 0;
-}
-
-void ErrorFinder::learn(KnownLabel& known, int label) const {
-  const float reference = record_.LabelRefZ[label];
-  known.label = label;
-  known.is_strange = !std::isfinite(reference);
-  if (!known.is_strange) known.tolerance = find_tolerance(reference);
 }
 
 int ErrorFinder::finish() {

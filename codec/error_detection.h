@@ -97,7 +97,6 @@ class ErrorFinder {
  private:
   struct KnownLabel {
     int label = -1;
-    bool is_strange = false;  ///< its reference is not finite, and there is no tolerance
     LabelTolerance tolerance;
   };
   static constexpr std::size_t kKnownLabels = 64;
@@ -105,7 +104,8 @@ class ErrorFinder {
   std::size_t take_strange_pixels(std::size_t most);
   void take_run(int label, std::size_t count, std::size_t room, const unsigned char* read);
   void flag(bool& flag, bool is_error);
-  void learn(KnownLabel& known, int label) const;
+  bool learn(KnownLabel& known, int label, std::size_t count) const;
+  void take_unknown_run(float reference, std::size_t count, const unsigned char* read);
   void take_pixels_left();
   void count_strange(float reference, std::size_t pixels);
   void flag_infinite_labels();

@@ -38,7 +38,7 @@ case "$action" in
   run)
     # A mount of its own goes with the command.
     unshare --mount --fork --pid --mount-proc="$root/proc" \
-      env -i HOME=/root LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+      env -i HOME=/root LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin \
       ${http_proxy:+http_proxy="$http_proxy"} ${https_proxy:+https_proxy="$https_proxy"} \
       chroot "$root" "$@"
     ;;

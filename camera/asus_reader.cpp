@@ -30,6 +30,26 @@ constexpr XnUInt32 kRateWindowFrames = 180;
 constexpr XnUInt32 kRateAverageMilliseconds = 3000;
 constexpr off_t kLargestConfiguration = 64 << 20;
 
+/// A millimetre in two parts, metres. The product of a reading and the first, of few bits, is
+/// exact, and the sum of both products is, for every reading, what dividing it by 1000 gives, in
+/// fewer cycles.
+constexpr float kMillimetre = 0x1.06p-10F;
+constexpr float kMillimetreRest = 0x1.26e978p-21F;
+
+constexpr float metres_of(XnDepthPixel millimetres) {
+  const auto reading = static_cast<float>(millimetres);
+  return reading * kMillimetre + reading * kMillimetreRest;
+}
+
+static_assert([] {
+  for (unsigned reading = 0; reading <= 0xFFFF; ++reading) {
+    if (metres_of(static_cast<XnDepthPixel>(reading)) != static_cast<float>(reading) / 1000.0F) {
+      return false;
+    }
+  }
+  return true;
+}());
+
 void trace(int debug, const char* text) {
   if (debug == 1) print_line(text);
 }
@@ -202,12 +222,11 @@ int class_asus_reader::process(int debug) {
 }
 
 void class_asus_reader::convert_depth() {
-  constexpr float kMillimetresPerMetre = 1000.0F;
   const XnDepthPixel* const millimetres = depthMD.Data();
   const std::size_t count =
       std::min(pixels_held(depthMD, sizeof(XnDepthPixel)), std::size(DepthMap));
   for (std::size_t i = 0; i < count; ++i) {
-    DepthMap[i] = static_cast<float>(millimetres[i]) / kMillimetresPerMetre;
+    DepthMap[i] = metres_of(millimetres[i]);
   }
 }
 

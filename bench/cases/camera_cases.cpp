@@ -146,7 +146,7 @@ Measurements measure() {
       {.name = kReader, .run = [&full] { full.take_frame(); }},
       {.name = kBareWaitOfHalfColour, .run = [&half] { half.take_bare_frame(); }},
       {.name = kReaderOfHalfColour, .run = [&half] { half.take_frame(); }}};
-  return measure_interleaved({in_turn}, kRepetitions, kRounds, [](std::size_t) {});
+  return measure_in_passes(in_turn, kRepetitions, kRounds, [](std::size_t) {});
 }
 
 const Measurements& results() {

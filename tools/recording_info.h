@@ -93,7 +93,7 @@ void write_recording_info(const std::string& directory, const RecordingInfo& inf
 std::optional<RecordingInfo> read_recording_info(const std::string& directory);
 
 /// Puts the description of an earlier run aside, to make room for that of the next one in the same
-/// directory. Throws `Failure`.
+/// directory, unless that run came to its end without a frame. Throws `Failure`.
 void put_recording_info_aside(const std::string& directory);
 
 /// The descriptions of all runs that recorded into a directory, by their start. Throws `Failure`

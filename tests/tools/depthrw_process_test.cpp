@@ -9,6 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 /// Recorders beside and after each other, and how they end.
@@ -83,6 +84,22 @@ TEST_F(DepthrwProcess, AppendGoesOnWithATree) {
   EXPECT_EQ(verified.status, 0) << verified.messages;
   EXPECT_THAT(verified.output, HasSubstr("9 checked, 9 good, 0 bad, 0 missing"));
   EXPECT_EQ(description()["clock_steps"]["count"], 0);
+}
+
+TEST_F(DepthrwProcess, RunsWithoutAFrameLeaveNoDescriptionBehind) {
+  record("tree", "3", {"--no-colour", "--start", "2013-12-31T23:59:59"});
+  for (int run = 0; run < 3; ++run) {
+    EXPECT_EQ(
+        run_program({"record", "--out", path("rec"), "--append", "--min-free", "1000T"}).status, 3);
+  }
+  EXPECT_EQ(append("2014-01-01T08:00:00", "2").status, 0);
+  std::vector<std::string> aside;
+  for (const auto& entry : fs::directory_iterator(path("rec"))) {
+    const std::string name = entry.path().filename();
+    if (name.starts_with("recording-")) aside.push_back(name);
+  }
+  EXPECT_THAT(aside, ElementsAre("recording-2013-12-31T23-59-59.000000.json"));
+  EXPECT_EQ(description()["frames"]["recorded"], 2);
 }
 
 TEST_F(DepthrwProcess, AppendBeginsANewTree) {

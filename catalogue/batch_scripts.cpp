@@ -97,6 +97,10 @@ int write_summaries(const char* directory, int sub_directories) {
     const std::string listing_path = recording + "/" + number_of(i) + "/ls.txt";
     print("ReadSubDirBatch_part2 - open '%s' to scan\n", listing_path.c_str());
     const auto file = depth_io::read_regular_file(listing_path.c_str());
+    // Kept: a listing that cannot be opened is passed over in silence.
+    if (!file && depth_io::is_regular_file(listing_path.c_str())) {
+      print("ERROR failed to read '%s'\n", listing_path.c_str());
+    }
     const auto listing = file ? find_ends(file->text()) : std::nullopt;
     if (!listing) continue;
     const std::string path = summary_path(recording, i);
@@ -115,7 +119,7 @@ int count_summaries(const char* directory, int sub_directories) {
   for (int i = 0; i < sub_directories; ++i) {
     const std::string path = summary_path(recording, i);
     print("ReadNbSubDir - open '%s' to scan\n", path.c_str());
-    if (!depth_io::read_regular_file(path.c_str())) return i;
+    if (!depth_io::is_regular_file(path.c_str())) return i;
   }
   return sub_directories > 0 ? sub_directories : 0;
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <charconv>
@@ -56,12 +57,20 @@ struct ScopedDescriptor {
   }
 };
 
-/// A name in the same directory that no other process uses, and that is short: the name it stands
-/// for may be as long as names can be.
+/// A name in the same directory that no other thread or process uses, and that is short: the name
+/// it stands for may be as long as names can be.
 std::string temporary_path_beside(const std::string& path) {
+  static std::atomic<unsigned> files{0};
   const std::size_t slash = path.rfind('/');
   const std::string directory = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-  return directory + ".part-" + std::to_string(getpid());
+  return directory + ".part-" + std::to_string(getpid()) + "-" + std::to_string(files++);
+}
+
+/// The same, without what a process of the same number may have left when it was killed.
+std::string free_temporary_path_beside(const std::string& path) {
+  std::string temporary_path = temporary_path_beside(path);
+  unlink(temporary_path.c_str());
+  return temporary_path;
 }
 
 }  // namespace
@@ -105,6 +114,11 @@ std::FILE* open_regular_file(const char* path) {
   std::FILE* const stream = regular_file_size(descriptor) ? fdopen(descriptor, "r") : nullptr;
   if (stream == nullptr) close(descriptor);
   return stream;
+}
+
+bool is_regular_file(const char* path) {
+  const ScopedDescriptor file{open_above_standard(path, O_RDONLY | O_NONBLOCK)};
+  return regular_file_size(file.value).has_value();
 }
 
 bool is_missing(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
@@ -170,9 +184,9 @@ char* put_fixed(char* to, float number) {
 
 }  // namespace
 
-OutputFile::OutputFile(const char* path)
-    : descriptor_(
-          open_above_standard(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK)),
+OutputFile::OutputFile(const char* path, Creation creation)
+    : descriptor_(open_above_standard(path, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK |
+                                                (creation == Creation::kNew ? O_EXCL : O_TRUNC))),
       failed_(descriptor_ < 0) {}
 
 OutputFile::~OutputFile() { close(); }
@@ -196,7 +210,7 @@ bool OutputFile::close() {
   return !failed_;
 }
 
-BufferedFile::BufferedFile(const char* path) : file_(path) {}
+BufferedFile::BufferedFile(const char* path, Creation creation) : file_(path, creation) {}
 
 void BufferedFile::write(std::string_view text) {
   if (text.size() > sizeof buffer_) {
@@ -247,8 +261,8 @@ void BufferedFile::flush() {
 
 ReplacedFile::ReplacedFile(std::string path)
     : path_(std::move(path)),
-      temporary_path_(temporary_path_beside(path_)),
-      content_(temporary_path_.c_str()) {}
+      temporary_path_(free_temporary_path_beside(path_)),
+      content_(temporary_path_.c_str(), Creation::kNew) {}
 
 ReplacedFile::~ReplacedFile() {
   if (!is_finished_) unlink(temporary_path_.c_str());

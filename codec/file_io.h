@@ -43,15 +43,24 @@ std::optional<FileBytes> read_regular_file(const char* path, std::span<char> roo
 /// Opens a regular file for reading as a stream, under the same rules; null for anything else.
 std::FILE* open_regular_file(const char* path);
 
+/// Whether a file could be opened for reading under these rules. Wants no memory.
+bool is_regular_file(const char* path);
+
 /// Whether what errno told about an opening means that nothing of that name is there; anything else
 /// is a fault, and may pass.
 bool is_missing(int error);
+
+/// What becomes of a file that is there already.
+enum class Creation {
+  kReplace,  ///< its contents go
+  kNew       ///< it stays, and nothing is written
+};
 
 /// A file being written, without a buffer. Follows no link in the last place of the path, never
 /// takes one of the descriptors 0 to 2, and remembers the first error.
 class OutputFile {
  public:
-  explicit OutputFile(const char* path);
+  explicit OutputFile(const char* path, Creation creation = Creation::kReplace);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -70,7 +79,7 @@ class OutputFile {
 /// every locale.
 class BufferedFile {
  public:
-  explicit BufferedFile(const char* path);
+  explicit BufferedFile(const char* path, Creation creation = Creation::kReplace);
 
   bool is_open() const { return file_.is_open(); }
   void write(std::string_view text);

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <new>
 
 #include "codec/console.h"
 #include "codec/depth_code.h"
@@ -18,6 +19,15 @@ constexpr float kVerificationMargin = 0.001F;
 bool refuse(const char* complaint) {
   print_line_and_wait(complaint);
   return false;
+}
+
+/// False when there is no memory for another record of the size.
+bool allocate_like(const struct_read_write_depth& record, struct_read_write_depth& other) {
+  try {
+    return allocate_short_lived(other, record.width, record.height);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 /// Compares a frame that was read back with the writer's quantised depths.
@@ -88,7 +98,7 @@ bool verify_depth_content(const struct_read_write_depth& record, int label_count
                           int debug) {
   print_line(" --- VERIFICATION of DEPTH CONTENT ---");
   OwnedRecord read_back;
-  if (!allocate_short_lived(read_back.value, record.width, record.height)) {
+  if (!allocate_like(record, read_back.value)) {
     return refuse("ERROR VERIFICATION - init - 'read_compressed' init failed");
   }
   if (!load_compressed_data(read_back.value, base_name, debug)) {

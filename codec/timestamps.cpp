@@ -90,6 +90,7 @@ void carry(int mode, int& field, int& next_field) {
 
 void GetTimeStampString(char* timestamp, int year, int month, int day, int hour, int minute,
                         int second, int millisecond, int debug) {
+  if (timestamp == nullptr) return;
   StampText stamp(timestamp);
   char field[12];
 

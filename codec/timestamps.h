@@ -8,7 +8,7 @@
 
 /// Writes the 26-character text of a moment and a NUL to `timestamp` (27 bytes, never more). A
 /// negative field gets a '-', and the text is then cut at 26 characters. With `debug` 1 prints each
-/// step.
+/// step. Does nothing when `timestamp` is null.
 CAMERA_DEPTH_RW_EXPORT void GetTimeStampString(char* timestamp, int year, int month, int day,
                                                int hour, int minute, int second, int millisecond,
                                                int debug);

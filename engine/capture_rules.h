@@ -130,6 +130,7 @@ void create_history(Engine& engine, int slots) {
 
 template <typename Engine>
 void release_history(Engine& engine) {
+  engine.SizeHistory = 0;
   engine.HistoryDepth.Kill();
   engine.HistoryBGR.Kill();
   engine.HistoryTimeStamp.Kill();

@@ -14,6 +14,8 @@ void mark_depth(std::span<const float> depth, bool* has_depth) {
 
 bool load_colour_image(const char* file_name, std::span<unsigned char> image,
                        unsigned char* scratch) {
+  // An engine that was not constructed has none.
+  if (scratch == nullptr || image.data() == nullptr) return false;
   if (!read_jpeg_file(file_name, {scratch, image.size()}).decoded) return false;
   std::memcpy(image.data(), scratch, image.size());
   return true;

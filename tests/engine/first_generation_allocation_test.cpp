@@ -1,58 +1,11 @@
-#include <cstdlib>
-#include <new>
+#include <memory>
 
 #include "tests/support/engine_fixture.h"
-
-namespace {
-
-/// Large allocations left until one fails; negative: none fails. Only the engine's pixel arrays are
-/// large, so the test's own allocations never fail.
-int g_large_allocations_left = -1;
-constexpr std::size_t kLarge = 300'000;
-
-void* allocate(std::size_t size) {
-  if (size >= kLarge && g_large_allocations_left >= 0 && g_large_allocations_left-- == 0) {
-    throw std::bad_alloc();
-  }
-  void* memory = std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-}  // namespace
-
-// NOLINTBEGIN: the replaceable allocation functions of this program.
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-// NOLINTEND
+#include "tests/support/failing_allocations.h"
 
 // Memory that runs out while an engine is built. Leaks are found by the leak checker.
 namespace depth_io::test {
 namespace {
-
-constexpr int kMoreThanAnyEngineTakes = 200;
-
-/// Runs `code` with the first, second, ... large allocation failing until it gets through; gives
-/// how often it failed.
-template <typename Code>
-int failures_until_success(Code&& code) {
-  for (int allowed = 0; allowed < kMoreThanAnyEngineTakes; ++allowed) {
-    g_large_allocations_left = allowed;
-    bool failed = false;
-    try {
-      code();
-    } catch (const std::bad_alloc&) {
-      failed = true;
-    }
-    g_large_allocations_left = -1;
-    if (!failed) return allowed;
-  }
-  return kMoreThanAnyEngineTakes;
-}
 
 bool is_empty(const KV_RGBD_CameraCompression& engine) {
   return engine.MapZd.N == 0 && engine.MapZd.buffer == nullptr && engine.colour_image.N == 0 &&
@@ -61,7 +14,7 @@ bool is_empty(const KV_RGBD_CameraCompression& engine) {
          engine.HistoryTimeStamp.N1D == 0 && engine.HistoryYear.N == 0 && engine.tempF.N == 0 &&
          engine.tempUS.N == 0 && engine.DisplayMovingFrame.N == 0 && engine.timestamp.N == 0 &&
          engine.RW.Label == nullptr && engine.RW.LoadedColourImage == nullptr &&
-         engine.RW.width == 0;
+         engine.RW.width == 0 && engine.SizeHistory == 0;
 }
 
 TEST(FirstGenerationAllocation, FailedConstructionThrowsAndPrintsNothing) {
@@ -76,19 +29,12 @@ TEST(FirstGenerationAllocation, FailedConstructionThrowsAndPrintsNothing) {
 
 TEST(FirstGenerationAllocation, FailedSecondConstructLeavesNothingAllocated) {
   int half_engines = 0;
-  const int failures = failures_until_success([&] {
-    const int allowed = g_large_allocations_left;
-    g_large_allocations_left = -1;
-    KV_RGBD_CameraCompression engine(2);
-    g_large_allocations_left = allowed;
-    try {
-      engine.Construct(3);
-    } catch (const std::bad_alloc&) {
-      g_large_allocations_left = -1;
-      if (!is_empty(engine)) ++half_engines;
-      throw;
-    }
-  });
+  const int failures =
+      use_after_each_failure([] { return std::make_unique<KV_RGBD_CameraCompression>(2); },
+                             [](KV_RGBD_CameraCompression& engine) { engine.Construct(3); },
+                             [&](const KV_RGBD_CameraCompression& engine) {
+                               if (!is_empty(engine)) ++half_engines;
+                             });
   EXPECT_GT(failures, 14);
   EXPECT_LT(failures, kMoreThanAnyEngineTakes);
   EXPECT_EQ(half_engines, 0);

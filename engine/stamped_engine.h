@@ -137,8 +137,8 @@ void measure_motion_since_last(Engine& engine) {
   engine.RECORDED = false;
   engine.pct_moving = 0.0F;
   if (!engine.USE_FRAME_DIFF) return;
-  const int before = engine.HistoryModCounter - 1;
-  const int previous_slot = before < 0 ? engine.SizeHistory - 1 : before;
+  const int before = wrapping_subtract(engine.HistoryModCounter, 1);
+  const int previous_slot = before < 0 ? wrapping_subtract(engine.SizeHistory, 1) : before;
   if (!engine.INITIALISED || !is_slot(previous_slot, engine.SizeHistory)) {
     engine.DisplayMovingFrame.Init(0.0F);
     return;

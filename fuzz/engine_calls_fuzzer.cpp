@@ -3,6 +3,7 @@
 #include <string>
 #include <system_error>
 
+#include "codec/liblinjpeg.h"
 #include "engine/camera_depth_rw.h"
 #include "engine/camera_depth_rw2.h"
 #include "engine/camera_depth_rw3.h"
@@ -161,6 +162,13 @@ void set_position(Engine& engine, const EngineCall& c) {
   }
 }
 
+/// A whole image of the right size, so that nothing but the engine can be what is missing.
+void write_colour_image(const EngineCall& c) {
+  if (c.colour_name == nullptr || c.colour == nullptr) return;
+  JpegFile().RGBToJpegFile(c.colour_name, c.colour, depth_io::kFrameWidth, depth_io::kFrameHeight,
+                           true, 95);
+}
+
 /// Calls that both generations have.
 template <typename Engine>
 void call_stamped(Engine& engine, const EngineCall& c) {
@@ -203,6 +211,7 @@ void call_stamped(Engine& engine, const EngineCall& c) {
       break;
     case 10:
       engine.GetHistoryOldest();
+      if (c.flag) write_colour_image(c);
       engine.LoadColourImage(c.colour_name);
       break;
     default:

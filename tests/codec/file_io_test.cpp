@@ -184,6 +184,54 @@ TEST(ReplacedFile, ReplacesALinkAndNotItsTarget) {
   EXPECT_FALSE(std::filesystem::is_symlink(directory.file("link")));
 }
 
+TEST(ReplacedFile, TwoOfOneNameAreBothWritten) {
+  const TempDirectory directory;
+  ReplacedFile first(directory.file("f"));
+  ReplacedFile second(directory.file("f"));
+  first.content().write("of the first");
+  second.content().write("of the second");
+  EXPECT_TRUE(second.put_in_place());
+  EXPECT_EQ(read_file(directory.file("f")), "of the second");
+  EXPECT_TRUE(first.put_in_place());
+  EXPECT_EQ(read_file(directory.file("f")), "of the first");
+}
+
+TEST(ReplacedFile, FileInItsWayIsNotWrittenThrough) {
+  // The names that a killed process of the same number could have left, or somebody have guessed.
+  const TempDirectory directory;
+  write_file(directory.file("kept"), "kept");
+  constexpr int kGuesses = 1000;
+  for (int i = 0; i < kGuesses; ++i) {
+    const std::string guess = ".part-" + std::to_string(getpid()) + "-" + std::to_string(i);
+    std::filesystem::create_hard_link(directory.file("kept"), directory.file(guess));
+  }
+  ReplacedFile file(directory.file("f"));
+  file.content().write("new");
+  EXPECT_TRUE(file.put_in_place());
+  EXPECT_EQ(read_file(directory.file("f")), "new");
+  EXPECT_EQ(read_file(directory.file("kept")), "kept");
+  EXPECT_EQ(std::filesystem::hard_link_count(directory.file("kept")), kGuesses);
+}
+
+TEST(OutputFile, ThatMustBeNewLeavesWhatIsThere) {
+  const TempDirectory directory;
+  write_file(directory.file("f"), "old");
+  OutputFile file(directory.file("f").c_str(), Creation::kNew);
+  EXPECT_FALSE(file.is_open());
+  EXPECT_FALSE(file.close());
+  EXPECT_EQ(read_file(directory.file("f")), "old");
+}
+
+TEST(RegularFile, IsTellableFromWhatIsNone) {
+  const TempDirectory directory;
+  write_file(directory.file("f"), "");
+  EXPECT_TRUE(is_regular_file(directory.file("f").c_str()));
+  EXPECT_FALSE(is_regular_file(directory.path().c_str()));
+  EXPECT_FALSE(is_regular_file(directory.file("missing").c_str()));
+  EXPECT_FALSE(is_regular_file("/dev/null"));
+  EXPECT_FALSE(is_regular_file(nullptr));
+}
+
 TEST(ReplacedFile, LeavesNothingBehindWhenItFails) {
   const TempDirectory directory;
   std::filesystem::create_directories(directory.file("f") + "/in-the-way");

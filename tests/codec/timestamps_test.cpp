@@ -99,6 +99,12 @@ TEST(StampText, AnyFieldsStayWithinTheCallersBytes) {
   }
 }
 
+TEST(StampText, WithoutAPlaceForItIsNotWritten) {
+  const ConsoleTrace trace =
+      capture_console([] { GetTimeStampString(nullptr, 2013, 4, 9, 14, 5, 7, 42, 1); });
+  EXPECT_EQ(trace.output, "");
+}
+
 TEST(StampText, IsSilentUnlessDebugIsOne) {
   for (const int debug : {0, 2, -1}) {
     expect_silent(capture_console([&] { stamp(kSpring, debug); }));

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -119,6 +120,27 @@ TEST(ThreeGenerationsThreads, EnginesSideBySideDoWhatEachDoesAlone) {
     EXPECT_TRUE(file_tree(lane.directory.path()) == file_tree(alone.directory.path()))
         << lane.generation;
   }
+}
+
+TEST(ThreeGenerationsThreads, PlayersOfOneDirectoryDoNotDisturbEachOther) {
+  // Each lists the directory before it plays.
+  const SilentConsole console;
+  const TempDirectory directory;
+  ASSERT_TRUE(record_to_play(2, directory.path()));
+  std::atomic<int> good{0};
+  constexpr int kRounds = 10;
+  const auto play_again_and_again = [&] {
+    const auto player = make_player(2, directory.path());
+    for (int round = 0; round < kRounds; ++round) {
+      player->rewind();
+      const Played played = play(*player);
+      good += played.frames == kPlayedFrames && played.all_are_right && played.came_to_end;
+    }
+  };
+  std::thread other(play_again_and_again);
+  play_again_and_again();
+  other.join();
+  EXPECT_EQ(good, 2 * kRounds);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ void PrintTo(const Case& tested, std::ostream* out) {
 
 std::vector<Case> cases() {
   std::vector<Case> all;
-  for (const FaultKind kind : {kFaultOpen, kFaultRead, kFaultAllocation}) {
+  for (const FaultKind kind : {kFaultOpen, kFaultRead, kFaultClose, kFaultAllocation}) {
     if (kind == kFaultAllocation && !kAllocationsCanFail) continue;
     for (const int generation : {1, 2, 3}) all.push_back({generation, kind});
   }

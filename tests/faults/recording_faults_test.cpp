@@ -61,6 +61,24 @@ class CaptureWork : public RecordingWork {
   }
 };
 
+/// The same, with each frame read back as a whole.
+class VerifiedCaptureWork : public CaptureWork {
+ public:
+  explicit VerifiedCaptureWork(int generation) : CaptureWork(generation) {
+    recorder_->verify_by_reading_back();
+  }
+};
+
+/// The same with so many depths that their labels want memory.
+class RampCaptureWork : public CaptureWork {
+ public:
+  using CaptureWork::CaptureWork;
+  void prepare() override {
+    CaptureWork::prepare();
+    recorder_->add_ramp();
+  }
+};
+
 /// Two frames, captured and then recorded out of the ring.
 class RingWork : public RecordingWork {
  public:
@@ -101,11 +119,10 @@ void PrintTo(const Case& tested, std::ostream* out) {
   *out << tested.generation << " " << kind_name(tested.kind);
 }
 
-std::vector<Case> cases() {
+std::vector<Case> cases_of(std::initializer_list<FaultKind> kinds) {
   std::vector<Case> all;
   for (const int generation : {1, 2, 3}) {
-    for (const FaultKind kind : {kFaultOpen, kFaultWrite, kFaultShortWrite, kFaultRead, kFaultClose,
-                                 kFaultMakeFolder, kFaultAllocation}) {
+    for (const FaultKind kind : kinds) {
       if (kind == kFaultAllocation && !kAllocationsCanFail) continue;
       // The first generation writes into a directory that is there.
       if (kind == kFaultMakeFolder && generation == 1) continue;
@@ -134,7 +151,28 @@ TEST_P(RecordingFaults, FailTheFrameAndNoOther) { expect_no_harm<CaptureWork>();
 
 TEST_P(RecordingFaults, FailTheRangeOfTheRingAndNothingElse) { expect_no_harm<RingWork>(); }
 
-INSTANTIATE_TEST_SUITE_P(Calls, RecordingFaults, testing::ValuesIn(cases()), case_name);
+INSTANTIATE_TEST_SUITE_P(Calls, RecordingFaults,
+                         testing::ValuesIn(cases_of({kFaultOpen, kFaultWrite, kFaultShortWrite,
+                                                     kFaultRead, kFaultClose, kFaultMakeFolder,
+                                                     kFaultAllocation})),
+                         case_name);
+
+class ReadingBackFaults : public RecordingFaults {};
+
+TEST_P(ReadingBackFaults, FailTheFrameAndNoOther) { expect_no_harm<VerifiedCaptureWork>(); }
+
+INSTANTIATE_TEST_SUITE_P(Calls, ReadingBackFaults,
+                         testing::ValuesIn(cases_of({kFaultOpen, kFaultRead, kFaultAllocation})),
+                         case_name);
+
+class ManyLabelsFaults : public RecordingFaults {};
+
+TEST_P(ManyLabelsFaults, FailTheFrameAndNoOther) { expect_no_harm<RampCaptureWork>(); }
+
+// Nothing but memory is what they want more of. Sanitizers leave none of these.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ManyLabelsFaults);
+INSTANTIATE_TEST_SUITE_P(Calls, ManyLabelsFaults, testing::ValuesIn(cases_of({kFaultAllocation})),
+                         case_name);
 
 }  // namespace
 }  // namespace depth_io::test

@@ -57,6 +57,13 @@ inline void paint_flat(int number, float* depth, unsigned char* colour) {
   std::fill_n(colour, kColourBytes, static_cast<unsigned char>(10 + number % 200));
 }
 
+/// Depths so far apart that each opens a label.
+inline void paint_ramp(float* depth) {
+  constexpr int kLabels = 100;
+  float* const row = depth + std::ptrdiff_t{kHeight / 2} * kWidth;
+  for (int i = 0; i < kLabels; ++i) row[i] = 5.0F + 1.3F * static_cast<float>(i);
+}
+
 inline bool shows(int number, const float* depth, const unsigned char* colour) {
   constexpr float kTolerance = 0.041F;
   const bool has_depth = std::fabs(depth[0] - left_depth(number)) < kTolerance &&
@@ -101,6 +108,10 @@ class Recorder {
   /// Captures it; whether it is in the ring and, if that was asked for, on the disk.
   virtual bool capture(const Moment& m, bool records) = 0;
   virtual bool record_ring(const Moment& start, const Moment& stop) = 0;
+  /// Has each frame that is written read back and compared with what should be in it.
+  virtual void verify_by_reading_back() = 0;
+  /// Puts pixels of very many labels into the current frame, between those that are looked at.
+  virtual void add_ramp() = 0;
 
   /// Whether a frame lies below the directory, whole.
   bool has(int number, const Moment& m) {
@@ -165,6 +176,11 @@ class FirstGenerationRecorder : public Recorder {
                              b.year, b.month, b.day, b.hour, b.minute, b.second, b.millisecond,
                              folder_.data(), depth_stem_.data(), colour_stem_.data(), 0) == 1;
   }
+  void verify_by_reading_back() override { engine_.VERIFICATION = 1; }
+  void add_ramp() override {
+    paint_ramp(depth_.data());
+    engine_.input(depth_.data(), colour_.data());
+  }
 
  protected:
   std::vector<std::filesystem::path> places_of(const Moment&) const override {
@@ -194,6 +210,8 @@ class StampedRecorder : public Recorder {
   bool record_ring(const Moment& start, const Moment& stop) override {
     return record_range(engine_, start, stop);
   }
+  void verify_by_reading_back() override { engine_.VERIFICATION = 1; }
+  void add_ramp() override { paint_ramp(engine_.DepthMap); }
 
  protected:
   Engine engine_;

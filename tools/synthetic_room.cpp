@@ -1,6 +1,7 @@
 #include "tools/synthetic_room.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include "tools/frame.h"
@@ -51,43 +52,67 @@ struct Hit {
   Material material = Material::kFloor;
 };
 
-/// One axis of the walk through a box.
-struct Span {
+/// Where a ray passes the two sides of a box across one axis.
+struct Slab {
   float enter;
   float leave;
-  Vec3 normal;
+  bool from_below;  ///< it comes in through the lower side
+
+  /// Of the side where it comes in, against the ray.
+  Vec3 normal(const Vec3& axis) const { return from_below ? axis * -1.0F : axis; }
 };
 
-Span axis_span(float origin, float direction, float low, float high, Vec3 axis) {
+inline Slab cross_slab(float origin, float direction, float low, float high) {
   if (direction == 0) {
     const bool inside = origin > low && origin < high;
-    return {inside ? -1e9F : 1e9F, inside ? 1e9F : -1e9F, axis};
+    return {inside ? -1e9F : 1e9F, inside ? 1e9F : -1e9F, false};
   }
   const float a = (low - origin) / direction;
   const float b = (high - origin) / direction;
-  return a < b ? Span{a, b, axis * -1.0F} : Span{b, a, axis};
+  return {std::min(a, b), std::max(a, b), a < b};
 }
 
-/// Where a ray enters and leaves a box; the normals point against the ray at the entry.
-void cross_box(Vec3 origin, Vec3 ray, Vec3 low, Vec3 high, Span& entry, Span& exit) {
-  const Span spans[] = {axis_span(origin.x, ray.x, low.x, high.x, {1, 0, 0}),
-                        axis_span(origin.y, ray.y, low.y, high.y, {0, 1, 0}),
-                        axis_span(origin.z, ray.z, low.z, high.z, {0, 0, 1})};
-  entry = spans[0];
-  exit = spans[0];
-  for (const Span& span : spans) {
-    if (span.enter > entry.enter) entry = span;
-    if (span.leave < exit.leave) exit = span;
+/// Where a ray passes a box. Which sides it passes is found out for few of all boxes only.
+class Crossing {
+ public:
+  Crossing(const Vec3& origin, const Vec3& ray, const Vec3& low, const Vec3& high)
+      : x_(cross_slab(origin.x, ray.x, low.x, high.x)),
+        y_(cross_slab(origin.y, ray.y, low.y, high.y)),
+        z_(cross_slab(origin.z, ray.z, low.z, high.z)),
+        enter(std::max({x_.enter, y_.enter, z_.enter})),
+        leave(std::min({x_.leave, y_.leave, z_.leave})) {}
+
+  /// Against the ray.
+  Vec3 entry_normal() const {
+    if (x_.enter == enter) return x_.normal(kAlongX);
+    return y_.enter == enter ? y_.normal(kAlongY) : z_.normal(kAlongZ);
   }
-}
+  /// Against the ray, too.
+  Vec3 exit_normal() const {
+    if (x_.leave == leave) return x_.normal(kAlongX);
+    return y_.leave == leave ? y_.normal(kAlongY) : z_.normal(kAlongZ);
+  }
 
-void hit_furniture(Vec3 origin, Vec3 ray, Hit& hit) {
+ private:
+  static constexpr Vec3 kAlongX{1, 0, 0};
+  static constexpr Vec3 kAlongY{0, 1, 0};
+  static constexpr Vec3 kAlongZ{0, 0, 1};
+
+  Slab x_;
+  Slab y_;
+  Slab z_;
+
+ public:
+  float enter;
+  float leave;
+};
+
+void hit_furniture(const Vec3& origin, const Vec3& ray, Hit& hit) {
   for (const Box& box : kFurniture) {
-    Span entry{};
-    Span exit{};
-    cross_box(origin, ray, box.low, box.high, entry, exit);
-    if (entry.enter < exit.leave && entry.enter > 1e-3F && entry.enter < hit.distance) {
-      hit = {entry.enter, entry.normal, box.material};
+    const Crossing crossing(origin, ray, box.low, box.high);
+    const bool is_nearer = crossing.enter > 1e-3F && crossing.enter < hit.distance;
+    if (is_nearer && crossing.enter < crossing.leave) {
+      hit = {crossing.enter, crossing.entry_normal(), box.material};
     }
   }
   const Vec3 offset = origin - kVase.middle;
@@ -104,11 +129,9 @@ void hit_furniture(Vec3 origin, Vec3 ray, Hit& hit) {
 
 Hit hit_scene(Vec3 ray) {
   Hit hit;
-  Span entry{};
-  Span exit{};
-  cross_box({}, ray, kRoomLow, kRoomHigh, entry, exit);
-  hit.distance = exit.leave;
-  hit.normal = exit.normal * -1.0F;
+  const Crossing room({}, ray, kRoomLow, kRoomHigh);
+  hit.distance = room.leave;
+  hit.normal = room.exit_normal() * -1.0F;
   // The walls point into the room: against the ray.
   if (dot(hit.normal, ray) > 0) hit.normal = hit.normal * -1.0F;
   if (hit.normal.y < -0.5F) {

@@ -6,6 +6,7 @@
 
 #include "catalogue/folder_scan.h"
 #include "catalogue/memory_guard.h"
+#include "catalogue/recording_list.h"
 #include "codec/console.h"
 #include "codec/file_io.h"
 #include "codec/text_parser.h"
@@ -19,9 +20,6 @@ using depth_io::print_line_and_wait;
 using depth_io::wait_for_key;
 
 namespace {
-
-/// So many frames are listed of one directory.
-constexpr std::size_t kMostEntries = 1000000;
 
 /// The times of all entries; false when one of them has none.
 bool find_times(const std::vector<std::string>& entries, double* times) {
@@ -73,7 +71,6 @@ void write_numbered(depth_io::BufferedFile& file, const char* before, std::size_
 bool write_sub_directory_files(const std::string& directory, const std::string& name,
                                FolderContent& content) {
   std::vector<std::string>& entries = content.entries;
-  keep_first(entries, kMostEntries);
   const int count = static_cast<int>(entries.size());
   std::vector<double> times(entries.size());
   std::vector<int> order(entries.size());
@@ -110,19 +107,24 @@ void write_recording_info(const std::string& directory, int sub_directories) {
   print("nb_sub_dir %d\n", sub_directories);
 }
 
-int list_recording(const std::string& directory) {
+}  // namespace
+
+int depth_io::list_recording(const std::string& directory, std::size_t most_listed) {
   const auto names = depth_io::list_names(directory, Links::kFollow);
   if (!names) return 0;
   int sub_directories = 0;
   for (const std::string& name : *names) {
     auto content = depth_io::scan_folder(directory + "/" + name, Links::kRefuse);
     if (!content || content->entries.empty()) continue;
+    keep_first(content->entries, most_listed);
     ++sub_directories;
     if (!write_sub_directory_files(directory, name, *content)) return 0;
   }
   write_recording_info(directory, sub_directories);
   return sub_directories;
 }
+
+namespace {
 
 /// The caller's tables of a directory's frames.
 struct FrameTables {
@@ -179,7 +181,7 @@ int ListEntriesInDir(const char* dirname) {
       " - INFO - listing sub folders and creating info.txt for each of them and a list.txt for "
       "their content");
   if (dirname == nullptr) return 0;
-  return count_or_report([&] { return list_recording(dirname); });
+  return count_or_report([&] { return depth_io::list_recording(dirname, depth_io::kMostListed); });
 }
 
 int ListEntriesInSubDir(const char* dirname, depth_io_ClassBufferChar1D& SortedStamps,

@@ -10,6 +10,7 @@
 
 #include "camera/asus_reader.h"
 #include "tests/support/oni_recording.h"
+#include "tests/tools/clock_steps.h"
 #include "tests/tools/depthrw_fixture.h"
 #include "tools/camera_source.h"
 
@@ -191,6 +192,12 @@ TEST_F(DepthrwCamera, GoesOnUntilItIsInterrupted) {
   EXPECT_EQ(result.status, 0) << result.messages;
   EXPECT_EQ(description()["end"], "interrupted");
   EXPECT_EQ(played_names(), split_lines(result.output));
+}
+
+TEST_F(DepthrwCamera, AStepOfTheClockIsToldAndFrameTimesGoOnEvenly) {
+  const ProgramResult result = run_while_clock_is_put_back(
+      from(camera(walls(5), true, Pace::kOfTheCamera), {"--acknowledge", "--no-colour"}));
+  expect_even_stamps(result, description());
 }
 
 TEST_F(DepthrwCamera, EndsAfterSoManyFrames) {

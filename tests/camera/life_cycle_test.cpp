@@ -1,4 +1,5 @@
 #include <new>
+#include <type_traits>
 
 #include "tests/support/camera_fixture.h"
 
@@ -9,6 +10,10 @@ namespace {
 
 constexpr char kEndOfFile[] = "UpdateData failed: End of file reached\n";
 constexpr char kNotInitialised[] = "UpdateData failed: Module was not initialized!\n";
+
+// It holds a camera, which its destructor lets go of: of two copies one would be left without.
+static_assert(!std::is_copy_constructible_v<class_asus_reader>);
+static_assert(!std::is_copy_assignable_v<class_asus_reader>);
 
 class LifeCycle : public CameraTest {
  protected:

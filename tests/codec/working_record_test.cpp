@@ -8,6 +8,7 @@
 #include <string>
 
 #include "tests/support/console_capture.h"
+#include "tests/support/stale_memory.h"
 
 namespace depth_io::test {
 namespace {
@@ -23,6 +24,13 @@ void release_all(struct_read_write_depth& record) {
 template <typename Element>
 void fill(Element* array, std::size_t count) {
   std::memset(static_cast<void*>(array), 1, count * sizeof(Element));
+}
+
+TEST(WorkingRecord, NewRecordHasNothingOfTheMemoryThatItIsMadeIn) {
+  const InStaleMemory<struct_read_write_depth> made;
+  expect_record_set(*made);
+  InitStruct(*made);
+  expect_record_set(*made);
 }
 
 TEST(WorkingRecord, InitStructMakesEveryPointerNull) {

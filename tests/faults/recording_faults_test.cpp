@@ -1,4 +1,7 @@
+#include <limits>
+
 #include "tests/faults/fault_walk.h"
+#include "tests/support/file_tree.h"
 #include "tests/support/recorders.h"
 
 // Faults while an engine records, each generation, at once and out of its ring.
@@ -137,6 +140,32 @@ std::string case_name(const testing::TestParamInfo<Case>& tested) {
   std::replace(name.begin(), name.end(), ' ', '_');
   return "generation_" + std::to_string(tested.param.generation) + "_" + name;
 }
+
+class RecordingCalls : public testing::TestWithParam<int> {};
+
+// A disk that is busy with other things makes each call wait.
+TEST_P(RecordingCalls, WriteEachSmallFileOfAFrameAtOnce) {
+  constexpr long kFiles = 5;
+  constexpr Fault kNever{kFaultWrite, std::numeric_limits<long>::max(), EIO, false};
+  const TempDirectory directory;
+  const QuietConsole console;
+  const auto recorder = make_recorder(GetParam(), directory.path());
+  for (int number = 1; number <= 3; ++number) {
+    recorder->show_flat(number);
+    fault_shim_arm(&kNever);
+    const bool captured = recorder->capture(moment_of(number), true);
+    EXPECT_EQ(fault_shim_disarm(), 0);
+    ASSERT_TRUE(captured) << console.text();
+    EXPECT_EQ(fault_shim_calls(), kFiles) << number;
+    EXPECT_TRUE(recorder->has_flat(number, moment_of(number)));
+  }
+  const auto files = file_tree(directory.path());
+  EXPECT_EQ(files.size(), 3U * kFiles);
+  for (const auto& [name, content] : files) EXPECT_NE(content, "") << name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Generations, RecordingCalls, testing::Values(1, 2, 3),
+                         testing::PrintToStringParamName());
 
 class RecordingFaults : public testing::TestWithParam<Case> {
  protected:

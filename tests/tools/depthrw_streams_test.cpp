@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/file_tree.h"
 #include "tests/tools/depthrw_fixture.h"
 
 namespace depth_io::test {
@@ -80,11 +81,59 @@ TEST_F(DepthrwStreams, LostDataIsAFailure) {
   }
 }
 
+TEST_F(DepthrwStreams, ALostListingIsAFailureAndNoEndByASignal) {
+  record("numbered", "2");
+  ProgramStart start;
+  start.program = COUNT_ENTRIES_PROGRAM;
+  // Who runs the tests may ignore the signal, and the program would inherit that.
+  start.prepare = [] { return std::signal(SIGPIPE, SIG_DFL) != SIG_ERR; };
+  for (const Stream stream : {Stream::kClosed, Stream::kFull, Stream::kBrokenPipe}) {
+    SCOPED_TRACE(static_cast<int>(stream));
+    start.output = stream;
+    const ProgramResult result = run_program({path("rec")}, start);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.messages, "countEntriesInDir: standard output could not be written\n");
+  }
+}
+
 TEST_F(DepthrwStreams, ARecordingIsWholeAlsoWhenItsSummaryIsLost) {
   ProgramStart start;
   start.output = Stream::kClosed;
   EXPECT_EQ(run_program({"record", "--out", path("rec"), "--frames", "1"}, start).status, 1);
   EXPECT_EQ(run_program({"verify", path("rec"), "--against", "synthetic"}).status, 0);
+}
+
+// Else what is opened next would take the place of a closed stream, and messages would go into it.
+TEST_F(DepthrwStreams, StreamsThatAreClosedAtTheStartBecomeTheNullDevice) {
+  const auto arguments_for = [&](const char* name) {
+    return std::vector<std::string>{
+        "record",     "--out", path(name), "--frames", "30", "--start", "2013-04-09T14:05:07",
+        "--no-colour"};
+  };
+  const auto frame_files = [&](const char* name) {
+    auto files = file_tree(path(name));
+    files.erase("recording.json");
+    return files;
+  };
+  ProgramStart start;
+  start.input = start.output = start.messages = Stream::kClosed;
+  RunningProgram program(arguments_for("rec"), start);
+  while (!fs::exists(path("rec/recording.json")) && !program.has_ended()) sleep_seconds(0.002);
+  // All frames are still to come; it is stopped, so that it does not end while it is looked at.
+  program.send(SIGSTOP);
+  ASSERT_FALSE(program.has_ended());
+  for (const char* descriptor : {"0", "1", "2"}) {
+    const fs::path link = fs::path("/proc") / std::to_string(program.id()) / "fd" / descriptor;
+    std::error_code error;
+    EXPECT_EQ(fs::read_symlink(link, error), "/dev/null") << link << " " << error.message();
+  }
+  program.send(SIGCONT);
+  EXPECT_EQ(program.wait().status, 1) << "its summary is lost";
+
+  EXPECT_EQ(run_program(arguments_for("usual")).status, 0);
+  const auto usual = frame_files("usual");
+  EXPECT_GE(usual.size(), 30U * 3);
+  EXPECT_TRUE(frame_files("rec") == usual);
 }
 
 TEST_F(DepthrwStreams, SignalsEndARecordingInOrder) {

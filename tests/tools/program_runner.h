@@ -44,6 +44,7 @@ struct ProgramStart {
   std::string program = DEPTHRW_PROGRAM;
   Stream input = Stream::kUsual;
   Stream output = Stream::kUsual;
+  Stream messages = Stream::kUsual;    ///< usual or closed
   std::string working_directory = {};  ///< empty: the test's
   std::function<bool()> prepare = {};  ///< what else the new process does before; 126 when false
 };
@@ -124,6 +125,7 @@ class RunningProgram {
       dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
     }
     if (start.output == Stream::kClosed) close(STDOUT_FILENO);
+    if (start.messages == Stream::kClosed) close(STDERR_FILENO);
     const std::string& place = start.working_directory;
     if (!place.empty() && chdir(place.c_str()) != 0) _exit(126);
     if (start.prepare && !start.prepare()) _exit(126);

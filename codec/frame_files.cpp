@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <optional>
 
 #include "codec/depth_code.h"
@@ -158,6 +159,7 @@ void LabelRuns::read_run() {
   runs_left_ = 0;
   label_ = -1;
   length_ = left_;
+  ended_early_ = true;
 }
 
 void parse_label_map(std::string_view text, struct_read_write_depth& record) {
@@ -193,6 +195,12 @@ ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth&
   return ReferenceOutcome::kComplete;
 }
 
+bool ends_early(std::string_view text, const struct_read_write_depth& record, int label_count) {
+  if (label_count < 1) return false;
+  // Where one is missing, all behind it are.
+  return !text.ends_with('\n') || record.LabelRefZ[label_count - 1] == kNoReference;
+}
+
 ErrorFileParser::ErrorFileParser(std::span<const unsigned char> bytes) : rest_(bytes) {
   constexpr std::size_t kCountSize = 2;
   for (int& count : counts_.of) {
@@ -203,6 +211,8 @@ ErrorFileParser::ErrorFileParser(std::span<const unsigned char> bytes) : rest_(b
     count = rest_[0] * 256 + rest_[1];
     rest_ = rest_.subspan(kCountSize);
   }
+  const int records = std::accumulate(std::begin(counts_.of), std::end(counts_.of), 0);
+  has_announced_size_ = rest_.size() == static_cast<std::size_t>(records) * kRecordSize;
 }
 
 ErrorRows::ErrorRows(std::span<const unsigned char> bytes) {

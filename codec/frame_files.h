@@ -52,6 +52,8 @@ class LabelRuns {
   int label() const { return label_; }
   /// How many pixels from the next one on have it.
   std::size_t length() const { return length_; }
+  /// Whether the text described fewer pixels than there are, as far as they were taken.
+  bool ended_early() const { return ended_early_; }
   /// Passes over so many of them.
   void take(std::size_t count) {
     length_ -= count;
@@ -68,6 +70,7 @@ class LabelRuns {
   std::size_t left_;  ///< pixels, those of this run included
   int label_ = -1;
   std::size_t length_ = 0;
+  bool ended_early_ = false;
 };
 
 /// Fills the record's labels from a label map.
@@ -89,6 +92,10 @@ enum class ReferenceOutcome {
 ReferenceOutcome parse_reference(std::string_view text, struct_read_write_depth& record,
                                  int& label_count);
 
+/// Whether the text of a reference file that was parsed ends within its references, or behind too
+/// few of them.
+bool ends_early(std::string_view text, const struct_read_write_depth& record, int label_count);
+
 /// One exact code: where it lies in its region, and in the image.
 struct ErrorRecord {
   int row_in_region;
@@ -107,6 +114,8 @@ class ErrorFileParser {
   explicit ErrorFileParser(std::span<const unsigned char> bytes);
 
   const RegionCounts& counts() const { return counts_; }
+  /// Whether there are as many bytes of records as the counts say.
+  bool has_announced_size() const { return has_announced_size_; }
 
   /// Calls `take(region_down, region_across, record)` for each record that the file holds.
   template <typename Take>
@@ -128,6 +137,7 @@ class ErrorFileParser {
  private:
   std::span<const unsigned char> rest_;
   RegionCounts counts_;
+  bool has_announced_size_ = false;
 };
 
 /// The records of an error file by rows, as the writer has put them; others are for

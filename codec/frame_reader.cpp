@@ -35,6 +35,7 @@ struct FrameRead {
   int debug;
   PathText name;
   int label_count = 0;
+  depth_io::FrameDamage damage = {};
 
   bool traces() const { return speaks && debug == 1; }
   void trace(const char* text) const {
@@ -78,6 +79,14 @@ struct FrameRead {
   }
 };
 
+FrameRead speaking_read(struct_read_write_depth& record, const char* base_name, int debug) {
+  return {.record = record,
+          .base_name = base_name,
+          .speaks = true,
+          .debug = debug,
+          .name = PathText(depth_io::kReaderNameSize)};
+}
+
 /// Makes the per-pixel arrays of the record, each row once and all of them together while it is in
 /// the caches: labels, exact codes, depths and metric maps. Whatever happens, all rows are complete
 /// at the end; depths that could not be rebuilt are 0, so that nobody takes those of the frame
@@ -110,6 +119,7 @@ class RowRebuilder {
   std::size_t first_pixel() const { return static_cast<std::size_t>(row_) * width(); }
   bool is_complete() const { return row_ == record_.height; }
   bool found_bad_label() const { return found_bad_label_; }
+  bool ran_out_of_labels() const { return runs_ && runs_->ended_early(); }
 
   /// The next row of the code image. Exact codes take the place of those that the JPEG spoiled.
   void take_row(unsigned char* codes) {
@@ -262,7 +272,9 @@ Loaded load_references(FrameRead& frame) {
     report_unopened(frame, depth_io::kReferenceEnding);
     return Loaded::kFailed;
   }
-  switch (depth_io::parse_reference(file->text(), frame.record, frame.label_count)) {
+  const auto outcome = depth_io::parse_reference(file->text(), frame.record, frame.label_count);
+  frame.damage.references = depth_io::ends_early(file->text(), frame.record, frame.label_count);
+  switch (outcome) {
     case depth_io::ReferenceOutcome::kBadLabelCountWord:
       report_wrong_word(frame, " - ERROR - load_compressed_data - loading nblabels");
       return Loaded::kFailed;
@@ -306,7 +318,10 @@ bool load_code_image(FrameRead& frame, RowRebuilder& rebuilder) {
   CodeRows rows{rebuilder, frame.record.width};
   depth_io::RowSink sink{};
   if (rebuilder.can_take_rows()) sink = {CodeRows::take, &rows};
-  if (frame.name.fits() && depth_io::read_jpeg_file(name, codes, sink).decoded) return true;
+  depth_io::JpegReadResult image;
+  if (frame.name.fits()) image = depth_io::read_jpeg_file(name, codes, sink);
+  frame.damage.codes = image.warnings > 0;
+  if (image.decoded) return true;
   rebuilder.start_anew();
   frame.say(" - ERROR - load_compressed_data - loading JpegFileToRGB failed !!!");
   frame.wait_when_traced();
@@ -359,6 +374,7 @@ bool read_depths(FrameRead& frame, RowRebuilder& rebuilder,
   if (!errors) return report_no_corrections(frame);
   frame.trace("DEBUG - load_compressed_data  - 6 b");
   frame.trace("DEBUG - load_compressed_data  - 7");
+  frame.damage.errors = !depth_io::ErrorFileParser(errors->bytes()).has_announced_size();
   if (!rebuild_rows_left(frame, rebuilder)) return false;
   if (rebuilder.found_bad_label()) {
     return report_bad_pixel(frame, " - ERROR - load_compressed_data - label wrong");
@@ -368,7 +384,7 @@ bool read_depths(FrameRead& frame, RowRebuilder& rebuilder,
   return true;
 }
 
-bool read_frame(FrameRead frame) {
+bool read_frame(FrameRead& frame) {
   if (frame.base_name == nullptr || frame.record.Label == nullptr) return false;
   if (frame.traces()) print("DEBUG - load_compressed_data  - 1 '%s'\n", frame.base_name);
   // The rebuilder completes its rows at the end of its life, out of these files.
@@ -388,23 +404,31 @@ bool read_frame(FrameRead frame) {
   rebuilder.set_label_count(frame.label_count);
   if (references != Loaded::kGoOn) return references == Loaded::kNothingMore;
   errors = frame.look_into(depth_io::kErrorEnding, errors_room);
-  return read_depths(frame, rebuilder, errors);
+  const bool is_read = read_depths(frame, rebuilder, errors);
+  frame.damage.label_map = rebuilder.ran_out_of_labels();
+  return is_read;
 }
 
 }  // namespace
 
 bool load_compressed_data(struct_read_write_depth& src, char* FILENAME, int debug) {
-  return read_frame({.record = src,
-                     .base_name = FILENAME,
-                     .speaks = true,
-                     .debug = debug,
-                     .name = PathText(depth_io::kReaderNameSize)});
+  FrameRead frame = speaking_read(src, FILENAME, debug);
+  return read_frame(frame);
 }
 
 bool load_compressed_data_vostrel(struct_read_write_depth& src, char* depth_filename) {
-  return read_frame({.record = src,
-                     .base_name = depth_filename,
-                     .speaks = false,
-                     .debug = 0,
-                     .name = PathText(depth_io::kQuietReaderNameSize)});
+  FrameRead frame{.record = src,
+                  .base_name = depth_filename,
+                  .speaks = false,
+                  .debug = 0,
+                  .name = PathText(depth_io::kQuietReaderNameSize)};
+  return read_frame(frame);
+}
+
+bool depth_io::load_and_check(struct_read_write_depth& src, const char* base_name,
+                              FrameDamage& damage) {
+  FrameRead frame = speaking_read(src, base_name, 0);
+  const bool is_read = read_frame(frame);
+  damage = frame.damage;
+  return is_read;
 }

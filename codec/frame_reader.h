@@ -15,3 +15,20 @@ CAMERA_DEPTH_RW_EXPORT bool load_compressed_data(struct_read_write_depth& src, c
 /// The same reading without a word and without a wait, for names under 246 characters.
 CAMERA_DEPTH_RW_EXPORT bool load_compressed_data_vostrel(struct_read_write_depth& src,
                                                          char* depth_filename);
+
+namespace depth_io {
+
+/// Files of a frame that hold less than they should.
+struct FrameDamage {
+  bool label_map = false;   ///< describes fewer pixels than there are
+  bool references = false;  ///< ends before the last reference does
+  bool codes = false;       ///< libjpeg warned, as it does of an image that is cut off
+  bool errors = false;      ///< is not as long as its counts say
+};
+
+/// `load_compressed_data` without traces, which also tells whether what it read was whole: reading
+/// takes files that were cut off for what they hold. `damage` counts after a success.
+CAMERA_DEPTH_RW_EXPORT bool load_and_check(struct_read_write_depth& src, const char* base_name,
+                                           FrameDamage& damage);
+
+}  // namespace depth_io

@@ -48,9 +48,19 @@ void decode_colour(const std::string& file_name, unsigned char* bgr) {
     throw Failure("the colour image '" + file_name + "' is not 640 x 480 pixels");
   }
   if (!image.decoded) throw Failure("the colour image '" + file_name + "' cannot be read");
-  if (image.warnings > 0) {
-    print("WARNING - the colour image '%s' is damaged\n", file_name.c_str());
-  }
+  if (image.warnings > 0) throw Failure("the colour image '" + file_name + "' is damaged");
+}
+
+/// The library takes files that were cut off for what they hold; depths that are metres off look
+/// like any others.
+void refuse_damaged(const std::string& base_name, const FrameDamage& damage) {
+  const auto refuse = [&](const char* ending) {
+    throw Failure("the frame '" + base_name + "' is damaged: its " + ending + " file is not whole");
+  };
+  if (damage.label_map) refuse(kLabelMapEnding);
+  if (damage.references) refuse(kReferenceEnding);
+  if (damage.codes) refuse(kJpegEnding);
+  if (damage.errors) refuse(kErrorEnding);
 }
 
 /// Has a record rebuild its depths in memory of the caller's, which saves a copy.
@@ -74,10 +84,11 @@ tools::Intrinsics decode_frame(const FramePlace& place, float* depth, unsigned c
   const DepthIn redirected(*record, depth);
   // A frame without labels leaves them as they are, which is those of another frame.
   record->loaded_a11 = record->loaded_a22 = record->loaded_cx = record->loaded_cy = 0;
-  std::string base_name = place.depth;
-  if (!load_compressed_data(*record, base_name.data(), 0)) {
+  FrameDamage damage;
+  if (!load_and_check(*record, place.depth.c_str(), damage)) {
     throw Failure("the frame '" + place.depth + "' cannot be read");
   }
+  refuse_damaged(place.depth, damage);
   const tools::Intrinsics intrinsics{record->loaded_a11, record->loaded_a22, record->loaded_cx,
                                      record->loaded_cy};
   if (!place.colour.empty()) decode_colour(place.colour, bgr);

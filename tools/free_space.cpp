@@ -49,8 +49,9 @@ std::string FreeSpaceFloor::shortage() const {
   if (statvfs(directory_.c_str(), &status) != 0) return {};
   const std::uintmax_t bytes = std::uintmax_t{status.f_bavail} * status.f_frsize;
   if (bytes < bytes_) {
-    return format_text("only %s are free for '%s'", size_text(static_cast<double>(bytes)).c_str(),
-                       directory_.c_str());
+    return format_text("only %s are free for '%s', less than the %s of --min-free",
+                       size_text(static_cast<double>(bytes)).c_str(), directory_.c_str(),
+                       size_text(static_cast<double>(bytes_)).c_str());
   }
   // File systems without a limit tell of no files at all.
   if (status.f_files > 0 && status.f_favail < kFewestFiles) {

@@ -28,6 +28,10 @@ void watch_signals() {
   action.sa_handler = request_end;
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  // Of a session that ends; unless the user saw to it that it goes on after that.
+  struct sigaction hangup = {};
+  sigaction(SIGHUP, nullptr, &hangup);
+  if (hangup.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);
   action.sa_handler = request_trigger;
   sigaction(SIGUSR1, &action, nullptr);
   action.sa_handler = SIG_IGN;

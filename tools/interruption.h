@@ -2,11 +2,11 @@
 
 namespace depth_io::tools {
 
-/// Lets SIGINT and SIGTERM ask for an orderly end and SIGUSR1 for a recording instead of killing
-/// the program, and makes a broken pipe an ordinary write error.
+/// Lets SIGINT, SIGTERM and SIGHUP (unless that is ignored) ask for an orderly end and SIGUSR1 for
+/// a recording instead of killing the program, and makes a broken pipe an ordinary write error.
 void watch_signals();
 
-/// True after SIGINT or SIGTERM.
+/// True after SIGINT, SIGTERM or SIGHUP.
 bool interrupted();
 
 /// True once after one or more SIGUSR1.

@@ -15,6 +15,15 @@
 namespace depth_io::tools {
 namespace {
 
+/// The parser says no more of it than that a command is missing. Null when the first word is good.
+const char* first_word_that_is_no_command(const CLI::App& program, int argc, char** argv) {
+  if (argc < 2) return nullptr;
+  const std::string word = argv[1];
+  const auto is_meant = [&](const CLI::App* command) { return command->check_name(word); };
+  if (!program.get_subcommands(is_meant).empty()) return nullptr;
+  return program.get_option_no_throw(word) == nullptr ? argv[1] : nullptr;
+}
+
 int run_program(int argc, char** argv) {
   CLI::App program;
   const std::vector<std::function<int()>> commands = describe_program(program);
@@ -22,6 +31,10 @@ int run_program(int argc, char** argv) {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     const bool is_help = error.get_exit_code() == 0;
+    if (const char* const word = first_word_that_is_no_command(program, argc, argv)) {
+      write_message("there is no command or option '%s'; depthrw --help lists them", word);
+      return kUsage;
+    }
     program.exit(error, std::cout, std::cerr);
     std::cout.flush();
     return is_help ? kGood : kUsage;

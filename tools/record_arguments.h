@@ -14,6 +14,7 @@ namespace depth_io::tools {
 struct RecordArguments {
   std::string out;
   SourceChoice source;
+  bool source_is_given = false;
   std::optional<long> frames;
   std::optional<double> duration;
   double fps = 30;

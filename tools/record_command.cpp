@@ -16,6 +16,7 @@ void add_source_options(CLI::App& command, RecordArguments& a) {
           "Where frames come from: synthetic, images:PATH for PATH/depth/*.png (16-bit grey) "
           "with PATH/rgb/*.{png,jpg} or for a data set in the TUM layout (PATH/depth.txt, "
           "PATH/rgb.txt), or openni:CONFIG.xml for a camera")
+      ->each([&a](const std::string&) { a.source_is_given = true; })
       ->capture_default_str();
   CLI::Option* const frames = command.add_option(
       "--frames", a.frames,
@@ -109,9 +110,9 @@ void add_trigger_options(CLI::App& command, RecordArguments& a) {
 std::function<int()> add_record_command(CLI::App& program) {
   auto arguments = std::make_shared<RecordArguments>();
   RecordArguments& a = *arguments;
-  CLI::App& command = *program.add_subcommand(
-      "record",
-      "Records frames into a new directory, until the source is over or SIGINT or SIGTERM comes");
+  CLI::App& command = *program.add_subcommand("record",
+                                              "Records frames into a new directory, until the "
+                                              "source is over or SIGINT, SIGTERM or SIGHUP comes");
   command.add_option("--out", a.out, "Directory for the recording; it must not hold anything yet")
       ->required();
   add_source_options(command, a);

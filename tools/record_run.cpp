@@ -52,6 +52,17 @@ class RecordRun {
                     "frames that are there already are not written over");
   }
 
+  /// False after a message when the disk is too full for a first frame.
+  bool can_begin() { return has_room(); }
+
+  /// The end of a run that could not begin. Nothing is written: there is no room for it.
+  int end_without_a_frame() {
+    info_.complete = true;
+    print_record_summary({directory_, info_, recorder_.bytes(), 0}, arguments_.json,
+                         arguments_.acknowledge);
+    return kPartial;
+  }
+
   int run() {
     write_recording_info(directory_, info_);
     const double begin = monotonic_seconds();
@@ -270,6 +281,13 @@ class RecordRun {
   bool has_stalled_ = false;
 };
 
+void tell_change_of_source(const std::string& directory, const RecordingInfo& info) {
+  const std::optional<RecordingInfo> before = read_recording_info(directory);
+  if (!before || before->source == info.source) return;
+  write_message("the frames that are there came from '%s', these come from '%s'",
+                before->source.c_str(), info.source.c_str());
+}
+
 }  // namespace
 
 int record(RecordArguments arguments) {
@@ -279,6 +297,7 @@ int record(RecordArguments arguments) {
   arguments.source.with_unpaired = arguments.no_colour;
   if (arguments.stall_seconds) arguments.source.stall_seconds = *arguments.stall_seconds;
   LibraryLog log(arguments.verbose);
+  if (!arguments.source_is_given) write_message("no --source: this is the synthetic scene");
   const std::unique_ptr<FrameSource> source = open_source(arguments.source, log);
   const FrameClock times = clock_of(arguments, *source);
   arguments.fps = times.fps();
@@ -289,7 +308,9 @@ int record(RecordArguments arguments) {
   const DirectoryLock lock(directory);
   const bool is_new = check_contents(directory, arguments.append);
   RecordRun run(arguments, directory, *source, times, info, frame_count, log);
+  if (!run.can_begin()) return run.end_without_a_frame();
   if (!is_new) {
+    tell_change_of_source(directory, info);
     if (const auto last = last_moment_of_tree(directory)) run.go_on_after(*last);
     put_recording_info_aside(directory);
   }

@@ -182,12 +182,6 @@ std::optional<RecordingInfo> read_info_file(const std::string& path) {
   }
 }
 
-/// A run that was started again and again on a full disk must not leave a file each time. One that
-/// did not come to its end may have recorded more than it wrote down.
-bool left_nothing(const RecordingInfo& info) {
-  return info.complete && info.frames_recorded == 0 && info.frames_failed == 0;
-}
-
 }  // namespace
 
 std::string recording_text(const RecordingInfo& info) {
@@ -237,9 +231,14 @@ std::optional<RecordingInfo> read_recording_info(const std::string& directory) {
   return read_info_file(path_in(directory));
 }
 
+bool recorded_nothing(const RecordingInfo& info) {
+  return info.complete && info.frames_recorded == 0 && info.frames_failed == 0;
+}
+
 void put_recording_info_aside(const std::string& directory) {
   const std::optional<RecordingInfo> info = read_recording_info(directory);
-  if (!info || left_nothing(*info)) return;
+  // A run that is started again and again without success must not leave a file each time.
+  if (!info || recorded_nothing(*info)) return;
   const std::string path = directory + "/" + kEarlierPrefix + stamp_text(info->start) + kEnding;
   write_file_atomically(path, recording_text(*info));
 }

@@ -92,6 +92,10 @@ void write_recording_info(const std::string& directory, const RecordingInfo& inf
 /// Reads it; none when there is no such file. Throws `Failure` when it is damaged.
 std::optional<RecordingInfo> read_recording_info(const std::string& directory);
 
+/// Whether a run came to its end without a frame. One that did not come to its end may have
+/// recorded more than it wrote down.
+bool recorded_nothing(const RecordingInfo& info);
+
 /// Puts the description of an earlier run aside, to make room for that of the next one in the same
 /// directory, unless that run came to its end without a frame. Throws `Failure`.
 void put_recording_info_aside(const std::string& directory);

@@ -41,12 +41,19 @@ std::string last_stamp_below(const std::string& folder, std::size_t level) {
   return {};
 }
 
+/// Whether all that is there is what a run without a frame left.
+bool holds_no_frame(const std::string& directory, const std::vector<std::string>& names) {
+  if (names != std::vector<std::string>{"recording.json"}) return false;
+  const std::optional<RecordingInfo> info = read_recording_info(directory);
+  return info && recorded_nothing(*info);
+}
+
 }  // namespace
 
 bool check_contents(const std::string& directory, bool may_append) {
   const auto names = sorted_names(directory);
   if (!names) throw Failure("cannot look into '" + directory + "'");
-  if (names->empty()) return true;
+  if (names->empty() || holds_no_frame(directory, *names)) return true;
   if (!may_append) {
     throw UsageFailure("'" + directory +
                        "' is not empty; recordings are not mixed (--append goes on with a tree)");

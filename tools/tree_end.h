@@ -8,7 +8,8 @@
 /// What a recorder needs to know of a directory that was recorded into before.
 namespace depth_io::tools {
 
-/// Whether a directory is new to recordings: empty. With `may_append` it may also hold a tree of
+/// Whether a directory is new to recordings: empty, or with the description of a run without a
+/// frame. With `may_append` it may also hold a tree of
 /// day, hour and minute folders. Throws `UsageFailure` for anything else.
 bool check_contents(const std::string& directory, bool may_append);
 

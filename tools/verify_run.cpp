@@ -6,6 +6,7 @@
 
 #include "tools/failure.h"
 #include "tools/frame_suspicions.h"
+#include "tools/frame_time.h"
 #include "tools/interruption.h"
 #include "tools/output.h"
 #include "tools/progress_bar.h"
@@ -169,7 +170,8 @@ void VerifyRun::find_missing_frames() {
   for (const RecordingInfo& run : runs) {
     recorded += run.frames_recorded;
     if (run.complete) continue;
-    write_message("the recording was not ended properly; its last frame may be incomplete");
+    write_message("the run that began %s was not ended properly; its last frame may be incomplete",
+                  readable_text(run.start).c_str());
     return;
   }
   missing_ = std::max(recorded - static_cast<long>(recording_.frames().size()), 0L);

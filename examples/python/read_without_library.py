@@ -61,6 +61,8 @@ def read_depth(base: str) -> np.ndarray:
 
 
 def main() -> None:
+    if len(sys.argv) != 2:
+        sys.exit(f"usage: {sys.argv[0]} BASE   (a frame's files without their endings)")
     depth = read_depth(sys.argv[1])
     readings = depth[depth >= 0.05]  # nearer: a pixel without a reading can come back as 1 cm
     print(f"{readings.min():.3f} .. {readings.max():.3f} m, {readings.size} of {depth.size} pixels")

@@ -4,12 +4,14 @@ from __future__ import annotations
 
 import math
 import os
+import re
 from typing import Optional, Sequence, Union
 
 import numpy as np
 import numpy.typing as npt
 
 from camera_depth_rw import _native
+from camera_depth_rw._diagnostics import warn_of_other_units
 from camera_depth_rw._errors import ArgumentError, NotFoundError
 from camera_depth_rw._frame import Frame, Intrinsics, intrinsics_of_camera
 from camera_depth_rw._times import Time, datetime_of, exact_stamp_of
@@ -41,13 +43,16 @@ def checked_max_depth(max_depth: Optional[float]) -> Optional[float]:
 def read_frame(path: PathLike, *, colour: Union[bool, PathLike] = True) -> Frame:
     """Reads a frame from its files.
 
-    ``path`` is one of its depth files, or their name without ending. ``colour`` True takes the colour
+    ``path`` is one of its files, or the name of its depth files without ending. ``colour`` True takes the colour
     image that lies beside them, if there is one; False takes none; a path takes that file.
     Raises `NotFoundError` when there is no such frame, `StorageError` when it is damaged.
     """
     text = path_text(path)
     base = text[:-4] if text.endswith(_DEPTH_ENDINGS) else text
     directory, name = os.path.split(base)
+    if text.endswith(".jpg") and not os.path.exists(base + ".rle"):
+        name = re.sub(r"^bgrimage-|-bgrimage$", lambda stem: stem[0].replace("bgrimage", "depth"), name)
+        base = os.path.join(directory, name)
     if not any(os.path.exists(base + ending) for ending in _DEPTH_ENDINGS):
         raise NotFoundError(f"there is no frame '{base}'")
     known = _native.frame_name(os.fsencode(name + ".rle"))
@@ -116,6 +121,8 @@ def write_frame(
     camera = Intrinsics(*given)
     if not (all(map(math.isfinite, camera)) and camera.a11 > 0 and camera.a22 > 0):
         raise ArgumentError(f"intrinsics must be numbers, with a11 and a22 above 0, not {camera!r}")
+    limit = checked_max_depth(max_depth)
+    warn_of_other_units(depth, limit)
     name = _native.write_frame_files(
         directory=os.fsencode(directory) + b"/",
         depth=depth,
@@ -125,7 +132,7 @@ def write_frame(
         digits=digits,
         key_first=key_first,
         intrinsics=camera,
-        max_depth=checked_max_depth(max_depth),
+        max_depth=limit,
         verify=verify,
     )
     return os.path.join(directory, name)

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import dataclasses
 import datetime as dt
+import warnings
 from typing import Any, Literal, NamedTuple, Optional, Union, overload
 
 import numpy as np
@@ -118,6 +119,12 @@ class Frame:
         a11, a22, row_centre, column_centre = self.intrinsics
         if swap_principal_point:
             row_centre, column_centre = column_centre, row_centre
+        elif row_centre > self.depth.shape[0] / 2 + 1:
+            warnings.warn(
+                "the recording holds the principal point with its column first (camera type 0): "
+                "point_cloud(swap_principal_point=True) centres the points",
+                stacklevel=2,
+            )
         points = np.empty((len(z), 3), np.float32)
         points[:, 0] = (columns - np.float32(column_centre)) * z / np.float32(a22)
         points[:, 1] = (rows - np.float32(row_centre)) * z / np.float32(a11)

@@ -12,6 +12,7 @@ import numpy as np
 import numpy.typing as npt
 
 from camera_depth_rw import _native
+from camera_depth_rw._diagnostics import warn_of_other_units
 from camera_depth_rw._errors import ArgumentError
 from camera_depth_rw._files import USUAL_MAX_DEPTH, PathLike, checked_max_depth, path_text
 from camera_depth_rw._frame import intrinsics_of_camera
@@ -57,6 +58,7 @@ class _Recorder:
         if max_fps is not None and not 0 < max_fps < float("inf"):
             raise ArgumentError(f"max_fps must be above 0 frames per second, not {max_fps!r}")
         self._colour = colour
+        self._max_depth = checked_max_depth(max_depth)
         self._has_trigger = motion is not None or period is not None
         self._decision = ""
         self._native = _native.StampedRecorder(
@@ -69,7 +71,7 @@ class _Recorder:
             period=period,
             max_fps=max_fps,
             colour=colour,
-            max_depth=checked_max_depth(max_depth),
+            max_depth=self._max_depth,
             verify=verify,
         )
 
@@ -113,6 +115,7 @@ class _Recorder:
             raise ArgumentError(
                 f"colour {wanted}: the recorder was made with colour={self._colour}"
             )
+        warn_of_other_units(depth, self._max_depth)
         recorded, self._decision = self._native.add(
             depth,
             colour,

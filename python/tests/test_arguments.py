@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import pathlib
+import warnings
 from typing import Any, Callable, Iterator
 
 import numpy as np
@@ -126,3 +127,21 @@ def test_a_time_that_is_none_is_refused(tmp_path: pathlib.Path, time: Any) -> No
     with TreeRecorder(tmp_path, colour=False) as recorder:
         with pytest.raises(ArgumentError, match="time must be a datetime or a time such as"):
             recorder.add(DEPTH, time=time)
+
+
+def test_readings_in_millimetres_are_warned_of(tmp_path: pathlib.Path) -> None:
+    millimetres = np.full((480, 640), 1500, np.float32)
+    with pytest.warns(UserWarning, match="are they in metres"):
+        write_frame(tmp_path, millimetres, number=1)
+    with TreeRecorder(tmp_path / "tree", colour=False) as recorder:
+        with pytest.warns(UserWarning, match="are they in metres"):
+            recorder.add(millimetres)
+
+
+def test_readings_in_metres_are_not_warned_of(tmp_path: pathlib.Path) -> None:
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        write_frame(tmp_path, np.full((480, 640), 1.5, np.float32), number=1)
+        write_frame(tmp_path, np.full((480, 640), 250, np.float32), number=2, max_depth=None)
+        with TreeRecorder(tmp_path / "tree", colour=False) as recorder:
+            recorder.add(np.full((480, 640), np.nan, np.float32))

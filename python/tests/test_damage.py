@@ -73,6 +73,32 @@ def test_iteration_skips_damage_on_demand(damaged: str, caplog: pytest.LogCaptur
     assert len(skipped) == 2
 
 
+@pytest.mark.parametrize("ending", [".rle", ".ref", ".jpg", ".err"])
+@pytest.mark.parametrize("kept", [0.5, 0.95])
+def test_a_file_that_was_cut_off_is_an_error(
+    tree: str, tmp_path: pathlib.Path, ending: str, kept: float
+) -> None:
+    copy = tmp_path / "copy"
+    shutil.copytree(tree, copy)
+    file = copy / (open_recording(copy).names[2] + ending)
+    os.truncate(file, int(kept * file.stat().st_size))
+    with pytest.raises(StorageError):
+        open_recording(copy)[2]
+    with pytest.raises(StorageError):
+        read_frame(file)
+    assert 2 not in [frame.index for frame in open_recording(copy, damaged="skip")]
+
+
+def test_a_colour_image_that_was_cut_off_is_an_error(tree: str, tmp_path: pathlib.Path) -> None:
+    copy = tmp_path / "copy"
+    shutil.copytree(tree, copy)
+    colour = copy / open_recording(copy).names[0].replace("-depth", "-bgrimage.jpg")
+    os.truncate(colour, colour.stat().st_size // 2)
+    with pytest.raises(StorageError, match="colour image '.*' is damaged"):
+        open_recording(copy)[0]
+    assert open_recording(copy, colour=False)[0].valid.any()
+
+
 def test_a_damaged_colour_image_is_an_error(tree: str, tmp_path: pathlib.Path) -> None:
     copy = tmp_path / "copy"
     shutil.copytree(tree, copy)
@@ -100,19 +126,6 @@ def test_a_colour_image_of_another_size_is_an_error(
     Image.new("RGB", size).save(tmp_path / "bgrimage-00000001.jpg")
     with pytest.raises(StorageError, match="the colour image '.*' " + message):
         read_frame(path)
-
-
-def test_a_cut_colour_image_is_read_with_a_warning(
-    tmp_path: pathlib.Path, frame: camera_depth_rw.Frame, caplog: pytest.LogCaptureFixture
-) -> None:
-    path = write_frame(tmp_path, frame.depth, frame.colour, number=1)
-    colour = tmp_path / "bgrimage-00000001.jpg"
-    colour.write_bytes(colour.read_bytes()[:-9000])
-    assert read_frame(path).colour is not None
-    assert any(
-        record.levelno == logging.WARNING and "is damaged" in record.message
-        for record in caplog.records
-    )
 
 
 def test_what_the_library_says_is_logged(damaged: str, caplog: pytest.LogCaptureFixture) -> None:

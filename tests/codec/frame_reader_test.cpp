@@ -19,6 +19,54 @@ namespace {
 using Depths = std::vector<float>;
 using Labels = std::vector<int>;
 
+/// Which files a read found to be cut off, by their endings.
+std::string damage_of(StoredFrame& frame) {
+  FrameDamage damage;
+  bool good = false;
+  frame.console = capture_console(
+      [&] { good = load_and_check(frame.record.get(), frame.base().c_str(), damage); });
+  if (!good) return "not read";
+  return std::string(damage.label_map ? ".rle" : "") + (damage.references ? ".ref" : "") +
+         (damage.codes ? ".jpg" : "") + (damage.errors ? ".err" : "");
+}
+
+TEST(FrameReader, FindsNoDamageInWholeFrames) {
+  StoredFrame frame;
+  frame.store();
+  EXPECT_EQ(damage_of(frame), "");
+  EXPECT_EQ(frame.depths(), (Depths{1, 1, 1, 1, 1, 1, 3, 3}));
+  EXPECT_NE(frame.console.output.find("reading compressed data"), std::string::npos);
+  frame.errors[1] = 1;
+  frame.errors += std::string("\0\0x", 3);
+  frame.store();
+  EXPECT_EQ(damage_of(frame), "");
+}
+
+TEST(FrameReader, TellsWhichFileWasCutOff) {
+  StoredFrame frame;
+  frame.label_map = "2\n6 0\n1 1\n";
+  frame.store();
+  EXPECT_EQ(damage_of(frame), ".rle");
+  frame.label_map = "2\n6 0\n2 1\n\n";
+  frame.references = "nblabels 2 a11 500.0 a22 250.0 cx 1.0 cy 2.0\n1.000000\n3.00";
+  frame.store();
+  EXPECT_EQ(damage_of(frame), ".ref");
+  frame.references = "nblabels 2 a11 500.0 a22 250.0 cx 1.0 cy 2.0\n1.000000\n";
+  frame.store();
+  EXPECT_EQ(damage_of(frame), ".ref");
+  frame.references = "nblabels 2 a11 500.0 a22 250.0 cx 1.0 cy 2.0\n1.000000\n3.000000\n";
+  for (const std::size_t size : {0, 3, 11, 13}) {
+    frame.errors = std::string(size, '\0');
+    frame.store();
+    EXPECT_EQ(damage_of(frame), ".err");
+  }
+  frame.errors = std::string(12, '\0');
+  frame.store();
+  const std::string image = read_file(frame.name(".jpg"));
+  write_file(frame.name(".jpg"), image.substr(0, image.size() - 3));
+  EXPECT_EQ(damage_of(frame), ".jpg");
+}
+
 TEST(FrameReader, LabelsAreFilledInRasterOrderAcrossRows) {
   StoredFrame frame;
   ASSERT_TRUE(frame.read());

@@ -11,6 +11,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 /// Recorders beside and after each other, and how they end.
 class DepthrwProcess : public Depthrw {
@@ -143,8 +144,36 @@ TEST_F(DepthrwProcess, ATooFullDiskEndsTheRecording) {
   EXPECT_EQ(result.status, 3);
   EXPECT_THAT(result.messages, HasSubstr("are free for"));
   EXPECT_THAT(result.output, HasSubstr("recorded   0 of 0 frames"));
-  EXPECT_EQ(description()["end"], "the disk is full");
-  EXPECT_EQ(description()["complete"], true);
+  EXPECT_THAT(result.messages, HasSubstr("--min-free"));
+  // Nothing is in the way of the next try.
+  EXPECT_TRUE(fs::is_empty(path("rec")));
+}
+
+TEST_F(DepthrwProcess, ARunWithoutAFrameIsNotInTheWayOfTheNext) {
+  const std::vector<std::string> silent = {"record", "--out",     path("rec"), "--frames",
+                                           "5",      "--trigger", "signal"};
+  EXPECT_EQ(run_program(silent).status, 0);
+  EXPECT_EQ(description()["frames"]["recorded"], 0);
+  record("numbered", "2", {"--no-colour"});
+  EXPECT_EQ(description()["frames"]["recorded"], 2);
+  EXPECT_EQ(run_program(silent).status, 2) << "there are frames now";
+}
+
+TEST_F(DepthrwProcess, AnotherSourceThanBeforeIsTold) {
+  EXPECT_THAT(append("2014-01-01T08:00:00", "2").messages, Not(HasSubstr("came from")));
+  EXPECT_THAT(append("2014-01-01T08:00:01", "2").messages, Not(HasSubstr("came from")));
+  const ProgramResult other = run_program(
+      {"record", "--out", path("rec"), "--append", "--source", source(), "--no-colour"});
+  EXPECT_THAT(other.messages, HasSubstr("came from 'synthetic', these come from 'images:"));
+}
+
+TEST_F(DepthrwProcess, ASceneThatNobodyAskedForIsTold) {
+  const std::vector<std::string> words = {"record", "--out", path("rec"), "--frames", "1"};
+  EXPECT_THAT(run_program(words).messages, HasSubstr("this is the synthetic scene"));
+  fs::remove_all(path("rec"));
+  std::vector<std::string> asked = words;
+  asked.insert(asked.end(), {"--source", "synthetic"});
+  EXPECT_THAT(run_program(asked).messages, Not(HasSubstr("synthetic scene")));
 }
 
 TEST_F(DepthrwProcess, WithoutAFloorTheDiskIsNotAsked) {

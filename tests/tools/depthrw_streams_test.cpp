@@ -137,7 +137,7 @@ TEST_F(DepthrwStreams, StreamsThatAreClosedAtTheStartBecomeTheNullDevice) {
 }
 
 TEST_F(DepthrwStreams, SignalsEndARecordingInOrder) {
-  for (const int signal : {SIGINT, SIGTERM}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     fs::remove_all(path("rec"));
     RunningProgram program({"record", "--out", path("rec"), "--frames", "1000000", "--realtime",
                             "--fps", "5", "--acknowledge"});

@@ -1,10 +1,10 @@
-#include "tools/viewer/background.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <stop_token>
 #include <thread>
+
+#include "tools/viewer/background.h"
 
 namespace depth_io::tools::test {
 namespace {

@@ -34,16 +34,14 @@ bool find_times(const std::vector<std::string>& entries, double* times) {
   return true;
 }
 
-/// Keeps the first `most` entries and tells when there were more.
-void keep_first(std::vector<std::string>& entries, std::size_t most) {
-  if (entries.size() <= most) return;
-  print_line("Cound not insert string, full array");
-  entries.resize(most);
+void tell_if_cut(const FolderContent& content) {
+  if (content.has_more) print_line("Cound not insert string, full array");
 }
 
-/// Whether an entry fits the rows of a caller's table; all have the same length.
-bool fits_rows(const depth_io_ClassBufferChar1D& table, const std::string& entry) {
-  return table.N1D < 1 || static_cast<int>(entry.size()) < table.arr1D[0].N;
+/// The longest entry that fits the rows of a caller's table; all have the same length.
+std::size_t longest_in(const depth_io_ClassBufferChar1D& table) {
+  constexpr std::size_t kAny = depth_io::kEntrySize;
+  return table.N1D < 1 ? kAny : static_cast<std::size_t>(std::max(table.arr1D[0].N - 1, 0));
 }
 
 /// Kept: a file that cannot be created is not told; one that ends in the middle is.
@@ -114,9 +112,9 @@ int depth_io::list_recording(const std::string& directory, std::size_t most_list
   if (!names) return 0;
   int sub_directories = 0;
   for (const std::string& name : *names) {
-    auto content = depth_io::scan_folder(directory + "/" + name, Links::kRefuse);
+    auto content = depth_io::scan_folder(directory + "/" + name, Links::kRefuse, {most_listed});
     if (!content || content->entries.empty()) continue;
-    keep_first(content->entries, most_listed);
+    tell_if_cut(*content);
     ++sub_directories;
     if (!write_sub_directory_files(directory, name, *content)) return 0;
   }
@@ -135,15 +133,15 @@ struct FrameTables {
 };
 
 int list_frames(const char* dirname, FrameTables& tables) {
-  auto content = depth_io::scan_folder(dirname, Links::kFollow);
-  if (!content || content->entries.empty()) return 0;
-  std::vector<std::string>& entries = content->entries;
-  std::erase_if(entries, [&](const std::string& entry) {
-    return !fits_rows(tables.stamps, entry) || !fits_rows(tables.sorted_stamps, entry);
-  });
-  const int most =
+  const int rows =
       std::min({tables.sorted_stamps.N1D, tables.stamps.N1D, tables.times.N, tables.order.N});
-  keep_first(entries, static_cast<std::size_t>(std::max(most, 0)));
+  auto content = depth_io::scan_folder(
+      dirname, Links::kFollow,
+      {.most = static_cast<std::size_t>(std::max(rows, 0)),
+       .longest = std::min(longest_in(tables.stamps), longest_in(tables.sorted_stamps))});
+  if (!content || !content->has_frames) return 0;
+  tell_if_cut(*content);
+  std::vector<std::string>& entries = content->entries;
 
   const int count = static_cast<int>(entries.size());
   for (std::string& entry : entries) tables.stamps.Insert(entry.data());

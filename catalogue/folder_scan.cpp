@@ -57,36 +57,51 @@ std::string_view entry_of(std::string_view name) {
   return entry.size() < kEntrySize && is_plain_text(name) ? entry : std::string_view{};
 }
 
-}  // namespace
-
-std::optional<std::vector<std::string>> list_names(const std::string& path, Links links) {
+/// Calls `visit` for each name but "." and ".."; false when the directory cannot be opened or read.
+template <typename Visit>
+bool visit_names(const std::string& path, Links links, const Visit& visit) {
   const auto directory = open_directory(path, links);
   if (directory == nullptr) {
     if (!is_missing(errno)) report_unread(path);
-    return {};
+    return false;
   }
-  std::vector<std::string> names;
   for (;;) {
     errno = 0;
     const dirent* const entry = readdir(directory.get());
     if (entry == nullptr) break;
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") names.emplace_back(name);
+    if (name != "." && name != "..") visit(name);
   }
-  if (errno == 0) return names;
+  if (errno == 0) return true;
   report_unread(path);
-  return {};
+  return false;
 }
 
-std::optional<FolderContent> scan_folder(const std::string& path, Links links) {
-  const auto names = list_names(path, links);
-  if (!names) return {};
+}  // namespace
+
+std::optional<std::vector<std::string>> list_names(const std::string& path, Links links) {
+  std::vector<std::string> names;
+  const auto take = [&](std::string_view name) { names.emplace_back(name); };
+  if (!visit_names(path, links, take)) return {};
+  return names;
+}
+
+std::optional<FolderContent> scan_folder(const std::string& path, Links links,
+                                         const EntryChoice& choice) {
   FolderContent content;
-  content.files = static_cast<int>(names->size());
-  for (const std::string& name : *names) {
+  const auto take = [&](std::string_view name) {
+    ++content.files;
     const std::string_view entry = entry_of(name);
-    if (!entry.empty()) content.entries.emplace_back(entry);
-  }
+    if (entry.empty()) return;
+    content.has_frames = true;
+    if (entry.size() > choice.longest) return;
+    if (content.entries.size() < choice.most) {
+      content.entries.emplace_back(entry);
+    } else {
+      content.has_more = true;
+    }
+  };
+  if (!visit_names(path, links, take)) return {};
   return content;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,14 +14,24 @@ inline constexpr int kEntrySize = 30;
 struct FolderContent {
   /// Directory entries of any kind, without "." and "..".
   int files = 0;
-  /// Entry of each frame, its label map's name without the last ten characters, in directory order.
+  bool has_frames = false;
+  /// Entries of the first frames that were asked for, their label maps' names without the last ten
+  /// characters, in directory order.
   std::vector<std::string> entries;
+  bool has_more = false;  ///< than so many
+};
+
+/// Which entries of a directory are kept. It may hold more names than there is memory for.
+struct EntryChoice {
+  std::size_t most;                  ///< the first so many
+  std::size_t longest = kEntrySize;  ///< of at most so many characters
 };
 
 enum class Links { kFollow, kRefuse };
 
 /// Reads a directory; nothing when it cannot be opened as one.
-std::optional<FolderContent> scan_folder(const std::string& path, Links links);
+std::optional<FolderContent> scan_folder(const std::string& path, Links links,
+                                         const EntryChoice& choice);
 
 /// Names in a directory, without "." and "..", in directory order; nothing when it is none. One
 /// that cannot be read is told, and gives nothing, too: half of its names could pass for all of

@@ -1,4 +1,5 @@
 #include <memory>
+#include <type_traits>
 
 #include "engine/stamped_engine.h"
 #include "tests/support/failing_allocations.h"
@@ -78,92 +79,79 @@ void expect_harmless(Engine& engine, FrameOnDisk& frame) {
   EXPECT_FALSE(engine.LoadColourImage(frame.colour_name()));
 }
 
-void expect_second_harmless(KV_RGBD_CameraCompression2& engine, FrameOnDisk& frame) {
+void expect_all_harmless(KV_RGBD_CameraCompression2& engine, FrameOnDisk& frame) {
   ConsoleCapture capture;
   EXPECT_FALSE(engine.apply_with_index(true, 1, 0));
   EXPECT_FALSE(engine.recording_from_buffer(0, 1, 1, 1, 0));
   expect_harmless(engine, frame);
 }
 
-void expect_third_harmless(KV_RGBD_CameraCompression3& engine, FrameOnDisk& frame) {
+void expect_all_harmless(KV_RGBD_CameraCompression3& engine, FrameOnDisk& frame) {
   ConsoleCapture capture;
   expect_harmless(engine, frame);
   engine.Read_FindNextFolder_and_update_CurrentTime(0);
 }
 
-/// The frame's directory and stems, to be played; nothing is recorded there.
-KV_RGBD_CameraCompression2_parameters second_player(const FrameOnDisk& frame) {
-  return second_parameters(
-      {.directory = frame.folder(), .mode = 'R', .colour_stem = "bgrimage", .history = 2});
-}
+/// An engine that plays the frame's directory; nothing is recorded there.
+struct SecondPlayer {
+  using Engine = KV_RGBD_CameraCompression2;
+  explicit SecondPlayer(const FrameOnDisk& frame)
+      : parameters(second_parameters(
+            {.directory = frame.folder(), .mode = 'R', .colour_stem = "bgrimage", .history = 2})) {}
+  KV_RGBD_CameraCompression2_parameters parameters;
+};
 
-TEST(UnreadySecondGeneration, IsHarmlessBeforeItsConstruction) {
-  FrameOnDisk frame;
-  KV_RGBD_CameraCompression2 engine;
-  expect_second_harmless(engine, frame);
-}
-
-TEST(UnreadySecondGeneration, IsHarmlessAfterARefusedConstruction) {
-  FrameOnDisk frame;
-  KV_RGBD_CameraCompression2_parameters parameters = second_player(frame);
-  parameters.Directory_active = false;
-  KV_RGBD_CameraCompression2 engine;
-  EXPECT_FALSE(quietly([&] { return engine.Construct(parameters); }));
-  expect_second_harmless(engine, frame);
-}
-
-TEST(UnreadySecondGeneration, IsHarmlessWithoutMemory) {
-  FrameOnDisk frame;
-  KV_RGBD_CameraCompression2_parameters parameters = second_player(frame);
-  const auto construct = [&](KV_RGBD_CameraCompression2& engine) { engine.Construct(parameters); };
-  const auto make = [&] {
-    auto engine = std::make_unique<KV_RGBD_CameraCompression2>();
-    construct(*engine);
-    return engine;
-  };
-  const int failures = use_after_each_failure(
-      make, construct, [&](auto& engine) { expect_second_harmless(engine, frame); });
-  EXPECT_GT(failures, 14);
-  EXPECT_LT(failures, kMoreThanAnyEngineTakes);
-}
-
-KV_RGBD_CameraCompression3_parameters third_player(const FrameOnDisk& frame) {
+struct ThirdPlayer {
+  using Engine = KV_RGBD_CameraCompression3;
+  explicit ThirdPlayer(const FrameOnDisk& frame) {
+    set_recording(parameters, frame.folder());
+    set_colour(parameters);
+    parameters.SetSizeBuffer(2);
+    parameters.SetReadMode(kStart.year, kStart.month, kStart.day, kStart.hour, kStart.minute,
+                           kStart.second, kStart.millisecond, kStop.year, kStop.month, kStop.day,
+                           kStop.hour, kStop.minute, kStop.second, kStop.millisecond);
+  }
   KV_RGBD_CameraCompression3_parameters parameters;
-  set_recording(parameters, frame.folder());
-  set_colour(parameters);
-  parameters.SetSizeBuffer(2);
-  parameters.SetReadMode(kStart.year, kStart.month, kStart.day, kStart.hour, kStart.minute,
-                         kStart.second, kStart.millisecond, kStop.year, kStop.month, kStop.day,
-                         kStop.hour, kStop.minute, kStop.second, kStop.millisecond);
-  return parameters;
+};
+
+template <typename AnyPlayer>
+class UnreadyEngine : public testing::Test {
+ protected:
+  using Engine = typename AnyPlayer::Engine;
+  FrameOnDisk frame_;
+  AnyPlayer player_{frame_};
+};
+
+struct GenerationName {
+  template <typename AnyPlayer>
+  static std::string GetName(int /*index*/) {
+    return std::is_same_v<AnyPlayer, SecondPlayer> ? "Second" : "Third";
+  }
+};
+using Players = testing::Types<SecondPlayer, ThirdPlayer>;
+TYPED_TEST_SUITE(UnreadyEngine, Players, GenerationName);
+
+TYPED_TEST(UnreadyEngine, IsHarmlessBeforeItsConstruction) {
+  typename TestFixture::Engine engine;
+  expect_all_harmless(engine, this->frame_);
 }
 
-TEST(UnreadyThirdGeneration, IsHarmlessBeforeItsConstruction) {
-  FrameOnDisk frame;
-  KV_RGBD_CameraCompression3 engine;
-  expect_third_harmless(engine, frame);
+TYPED_TEST(UnreadyEngine, IsHarmlessAfterARefusedConstruction) {
+  typename TestFixture::Engine engine;
+  this->player_.parameters.Directory_active = false;
+  EXPECT_FALSE(quietly([&] { return engine.Construct(this->player_.parameters); }));
+  expect_all_harmless(engine, this->frame_);
 }
 
-TEST(UnreadyThirdGeneration, IsHarmlessAfterARefusedConstruction) {
-  FrameOnDisk frame;
-  KV_RGBD_CameraCompression3_parameters parameters = third_player(frame);
-  parameters.Directory_active = false;
-  KV_RGBD_CameraCompression3 engine;
-  EXPECT_FALSE(quietly([&] { return engine.Construct(parameters); }));
-  expect_third_harmless(engine, frame);
-}
-
-TEST(UnreadyThirdGeneration, IsHarmlessWithoutMemory) {
-  FrameOnDisk frame;
-  KV_RGBD_CameraCompression3_parameters parameters = third_player(frame);
-  const auto construct = [&](KV_RGBD_CameraCompression3& engine) { engine.Construct(parameters); };
+TYPED_TEST(UnreadyEngine, IsHarmlessWithoutMemory) {
+  const auto construct = [&](auto& engine) { engine.Construct(this->player_.parameters); };
   const auto make = [&] {
-    auto engine = std::make_unique<KV_RGBD_CameraCompression3>();
+    auto engine = std::make_unique<typename TestFixture::Engine>();
     construct(*engine);
     return engine;
   };
   const int failures = use_after_each_failure(
-      make, construct, [&](auto& engine) { expect_third_harmless(engine, frame); });
+      make, construct, [&](auto& engine) { expect_all_harmless(engine, this->frame_); });
   EXPECT_GT(failures, 14);
   EXPECT_LT(failures, kMoreThanAnyEngineTakes);
 }

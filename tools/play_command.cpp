@@ -12,6 +12,7 @@
 #include "tools/contact_sheet.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/frame_check.h"
 #include "tools/frame_time.h"
 #include "tools/interruption.h"
 #include "tools/output.h"
@@ -84,8 +85,13 @@ class PlayRun {
       write_message("%ld of %zu frames could not be played", unreadable_,
                     recording_.frames().size());
     }
+    if (damaged_ > 0) {
+      write_message("%ld of %zu frames are damaged: what could be read of them was played",
+                    damaged_, recording_.frames().size());
+    }
     if (played_ == 0) return kFailed;
-    return unreadable_ > 0 || recording_.has_unreadable_folders() ? kPartial : kGood;
+    return unreadable_ > 0 || damaged_ > 0 || recording_.has_unreadable_folders() ? kPartial
+                                                                                  : kGood;
   }
 
  private:
@@ -102,6 +108,7 @@ class PlayRun {
       if (fault.empty()) {
         ++played_;
         show(recorded, i, frame);
+        tell_damage(recorded, progress);
       } else {
         ++unreadable_;
         faults_.push_back({{"name", recorded.depth_name()}, {"fault", fault}});
@@ -111,6 +118,18 @@ class PlayRun {
       }
       bytes += kFramePixels * (sizeof(float) + (frame.has_colour ? 3 : 0));
       progress.update(i + 1, bytes);
+    }
+  }
+
+  /// What a file that was cut off still holds is played. Depths may be metres off then.
+  void tell_damage(const RecordedFrame& recorded, ProgressBar& progress) {
+    const std::vector<std::string> faults = find_faults(recording_, recorded);
+    if (faults.empty()) return;
+    ++damaged_;
+    for (const std::string& fault : faults) {
+      damages_.push_back({{"name", recorded.depth_name()}, {"fault", fault}});
+      progress.hide();
+      write_message("%s is damaged: %s", recorded.depth_name().c_str(), fault.c_str());
     }
   }
 
@@ -154,6 +173,7 @@ class PlayRun {
     root["layout"] = recording_.layout();
     root["frames"] = entries_;
     root["unreadable"] = faults_;
+    root["damaged"] = damages_;
     const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
     write_data("%s\n", text.c_str());
   }
@@ -164,8 +184,10 @@ class PlayRun {
   ContactSheet sheet_;
   long played_ = 0;
   long unreadable_ = 0;
+  long damaged_ = 0;  ///< and played
   ordered_json entries_ = ordered_json::array();
   ordered_json faults_ = ordered_json::array();
+  ordered_json damages_ = ordered_json::array();
 };
 
 }  // namespace

@@ -33,7 +33,9 @@ bool TimeRange::may_contain(const std::string& stamp) const {
 void add_time_range_options(CLI::App& command, TimeRangeArguments& arguments) {
   command.add_option("--from", arguments.from,
                      "Only frames from this time on, such as 2013-04-09T14:05:07.042");
-  command.add_option(arguments.to_option, arguments.to,
+  // Where `--to` names a format, `--to-time` names the time; it does so everywhere.
+  const std::string to = arguments.to_option;
+  command.add_option(to == "--to" ? "--to,--to-time" : to, arguments.to,
                      "Only frames up to this time, itself included");
 }
 

@@ -240,6 +240,29 @@ TEST_F(Depthrw, PlayPrintsJson) {
   EXPECT_EQ(root["unreadable"][0]["name"], "depth-00000001");
 }
 
+TEST_F(Depthrw, PlaysWhatACutFrameHoldsAndSaysSo) {
+  record("flat", "3", {});
+  fs::resize_file(path("rec/depth-00000001.rle"), 2000);
+  fs::resize_file(path("rec/bgrimage-00000002.jpg"), 9000);
+  const ProgramResult result = run_program({"play", path("rec")});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 3);
+  EXPECT_THAT(result.messages, HasSubstr("depth-00000001 is damaged: 'depth-00000001.rle' is cut"));
+  EXPECT_THAT(result.messages, HasSubstr("depth-00000002 is damaged: 'bgrimage-00000002.jpg'"));
+  EXPECT_THAT(result.messages, HasSubstr("2 of 3 frames are damaged"));
+  const auto root = nlohmann::json::parse(run_program({"play", path("rec"), "--json"}).output);
+  EXPECT_EQ(root["damaged"].size(), 2U);
+  EXPECT_TRUE(root["unreadable"].empty());
+}
+
+TEST_F(Depthrw, TheTimeOfARangeHasOneNameInAllCommands) {
+  record("tree", "3", {"--no-colour", "--start", "2013-04-05T14:07:00"});
+  const ProgramResult result =
+      run_program({"play", path("rec"), "--to-time", "2013-04-05T14:07:00.040"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 2);
+}
+
 TEST_F(Depthrw, VerifyPrintsJson) {
   record("flat", "2");
   const ProgramResult result =

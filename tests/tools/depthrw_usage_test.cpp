@@ -12,6 +12,14 @@ using testing::HasSubstr;
 /// What the command line takes and refuses.
 using DepthrwUsage = Depthrw;
 
+TEST_F(DepthrwUsage, AWordThatIsNoCommandIsNamed) {
+  for (const char* const word : {"recrod", "--frobnicate"}) {
+    const ProgramResult result = run_program({word});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.messages, HasSubstr(std::string("no command or option '") + word + "'"));
+  }
+}
+
 TEST_F(DepthrwUsage, WrongArgumentsAreUsageErrors) {
   const std::vector<std::vector<std::string>> cases = {
       {},

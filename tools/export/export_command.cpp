@@ -21,6 +21,7 @@ std::function<int()> add_export_command(CLI::App& program) {
                   "millimetres, named as recorded; open3d: with its intrinsic.json; ply: point "
                   "clouds; video: lossless depth and colour in one Matroska file; csv: a line a "
                   "frame")
+      ->type_name("{tum,png,open3d,ply,video,csv}")
       ->required();
   command.add_option("--out", a.out, "Directory to write; for csv also - (standard output)")
       ->required();
@@ -29,12 +30,16 @@ std::function<int()> add_export_command(CLI::App& program) {
   command.add_option("--jobs", a.jobs, "Threads (default: one for each processor)");
   command.add_option("--depth-scale", a.depth_scale,
                      "Units per metre of depth images: tum (default: 5000) and png (1000)");
-  command.add_option("--colour", a.colour,
-                     "Colour images of tum, png and open3d: png (default), jpg (smaller, with some "
-                     "loss) or none");
-  command.add_option("--axes", a.axes,
-                     "Of point clouds: camera (default; x right, y down, z forward) or gl (x "
-                     "right, y up, z backward)");
+  command
+      .add_option("--colour", a.colour,
+                  "Colour images of tum, png and open3d: png (default), jpg (smaller, with some "
+                  "loss) or none")
+      ->type_name("{png,jpg,none}");
+  command
+      .add_option("--axes", a.axes,
+                  "Of point clouds: camera (default; x right, y down, z forward) or gl (x "
+                  "right, y up, z backward)")
+      ->type_name("{camera,gl}");
   command.add_flag("--swap-principal-point", a.swap_principal_point,
                    "The recording holds its principal point column first, as those of camera type "
                    "0 do");

@@ -1,4 +1,6 @@
 #include <cctype>
+#include <cstddef>
+#include <string>
 
 #include "tools/reference/command_text.h"
 
@@ -59,6 +61,46 @@ std::string as_whatis(std::string description) {
   return description;
 }
 
+std::string sentence(const std::string& text) {
+  return plain(text) + (text.ends_with('?') || text.ends_with('.') ? "" : ".");
+}
+
+/// A term and what it means.
+struct Entry {
+  const char* term;
+  const char* meaning;
+};
+
+constexpr Entry kStatuses[] = {
+    {"0", "Good."},
+    {"1", "Failed."},
+    {"2", "Wrong arguments."},
+    {"3", "Partly done: ended early, or something was found."},
+};
+constexpr Entry kSignals[] = {
+    {"SIGINT, SIGTERM, SIGHUP",
+     "End a recording in order. SIGHUP does not when it was ignored "
+     "before, as under nohup."},
+    {"SIGUSR1", "With --trigger signal: records the time around it."},
+};
+constexpr Entry kExamples[] = {
+    {"depthrw record --out DIR --source openni:camera.xml --append",
+     "Records a camera into a tree of day, hour and minute folders, after what is there."},
+    {"depthrw record --out DIR --source openni:camera.xml --trigger signal --before 10",
+     "Keeps ten seconds in memory; kill -USR1 writes them, and the next ones."},
+    {"depthrw verify DIR --quarantine OUT", "Looks at every frame, and moves damaged ones aside."},
+    {"depthrw export DIR --to tum --out OUT", "Takes the recording to other programs."},
+};
+
+template <std::size_t kCount>
+std::string section(const char* title, const Entry (&entries)[kCount]) {
+  std::string text = std::string(".SH ") + title + "\n";
+  for (const Entry& entry : entries) {
+    text += ".TP\n" + bold(entry.term) + "\n" + plain(entry.meaning) + "\n";
+  }
+  return text;
+}
+
 }  // namespace
 
 std::string manual_page(const ProgramText& text) {
@@ -74,13 +116,12 @@ std::string manual_page(const ProgramText& text) {
   for (const ArgumentText& option : options_of(text.program)) page += argument_paragraph(option);
   page += ".SH COMMANDS\n";
   for (const CommandText& command : text.commands) {
-    page += ".SS " + synopsis(command) + "\n" + plain(command.description) + ".\n";
+    page += ".SS " + synopsis(command) + "\n" + sentence(command.description) + "\n";
     for (const ArgumentText& argument : command.arguments) page += argument_paragraph(argument);
   }
-  page += ".SH EXIT STATUS\n";
-  for (const char* status : {"0\nGood.", "1\nFailed.", "2\nWrong arguments.", "3\nPartly done."}) {
-    page += std::string(".TP\n") + status + "\n";
-  }
+  page += section("EXIT STATUS", kStatuses);
+  page += section("SIGNALS", kSignals);
+  page += section("EXAMPLES", kExamples);
   return page;
 }
 

@@ -55,7 +55,7 @@ TEST(FrameReader, TellsWhichFileWasCutOff) {
   frame.store();
   EXPECT_EQ(damage_of(frame), ".ref");
   frame.references = "nblabels 2 a11 500.0 a22 250.0 cx 1.0 cy 2.0\n1.000000\n3.000000\n";
-  for (const std::size_t size : {0, 3, 11, 13}) {
+  for (const unsigned size : {0U, 3U, 11U, 13U}) {
     frame.errors = std::string(size, '\0');
     frame.store();
     EXPECT_EQ(damage_of(frame), ".err");

@@ -234,6 +234,43 @@ TEST(CodecRoundTrip, SpecialValuesLeaveTheirNeighboursAlone) {
   EXPECT_NEAR(loaded->LoadedDepth[5], 1.0F, allowed(125, 1.0F));
 }
 
+TEST(CodecRoundTrip, StretchesBetweenPixelsThatAreNoNumbersAreCodedLikeAnyOthers) {
+  Random random(7);
+  for (int round = 0; round < 20; ++round) {
+    std::vector<float> depths(640 * 6);
+    float wall = 2.0F;
+    for (std::size_t i = 0; i < depths.size(); ++i) {
+      if (random() % 70 == 0) wall = 1.0F + 0.25F * static_cast<float>(random() % 20);
+      const bool is_gap = random() % 40 == 0;
+      depths[i] = is_gap ? std::numeric_limits<float>::quiet_NaN()
+                         : wall + 0.001F * static_cast<float>(random() % 90);
+    }
+    const FrameModel model = model_labels(depths, std::vector<int>(depths.size(), 0));
+    WriterBench bench(640, 6, depths);
+    ASSERT_EQ(bench.write(), 1);
+    ASSERT_EQ(bench.bytes(".rle"), model_label_map_text(model.labels));
+    OwnedRecord loaded(640, 6);
+    ASSERT_TRUE(read_back(bench, loaded));
+    for (std::size_t i = 0; i < depths.size(); ++i) {
+      if (std::isnan(depths[i])) continue;
+      ASSERT_NEAR(loaded->LoadedDepth[i], depths[i], 0.06F) << "pixel " << i;
+    }
+  }
+}
+
+TEST(CodecRoundTrip, FramesMayBeWiderThanAnyCameras) {
+  constexpr int kWidth = 4200;
+  std::vector<float> depths(kWidth * 2, 1.5F);
+  std::fill(depths.begin() + kWidth / 2, depths.begin() + kWidth, 4.0F);
+  WriterBench bench(kWidth, 2, depths);
+  ASSERT_EQ(bench.write(), 1) << bench.console.output;
+  OwnedRecord loaded(kWidth, 2);
+  ASSERT_TRUE(read_back(bench, loaded));
+  for (std::size_t i = 0; i < depths.size(); ++i) {
+    ASSERT_NEAR(loaded->LoadedDepth[i], depths[i], 0.06F) << "pixel " << i;
+  }
+}
+
 TEST(CodecRoundTrip, RandomBitsAreWrittenAndReadOrRefused) {
   Random random(31);
   int written = 0;

@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdint>
+#include <ctime>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -283,6 +283,18 @@ TEST(ClosedDescriptors, FrameIsWrittenWithoutStandardInput) {
 
 // --- Very many labels ---------------------------------------------------------------------------
 
+/// A search through all labels takes 20 s and more. Without optimisation, with sanitizers or
+/// coverage counters, the index takes up to 2.5 s.
+constexpr double kSoon = 5;
+
+/// Of this process: other programs on the machine do not count.
+template <typename Code>
+double processor_seconds(const Code& code) {
+  const std::clock_t start = std::clock();
+  code();
+  return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
 TEST(ManyLabels, RampInMillimetresIsExactFirstFitAndSoon) {
   std::vector<float> depths;
   for (std::uint32_t i = 0; i < 640 * 480; ++i) {
@@ -302,9 +314,7 @@ TEST(ManyLabels, RampInMillimetresIsExactFirstFitAndSoon) {
     expected.push_back(label);
   }
   WriterBench bench(640, 480, depths);
-  const auto start = std::chrono::steady_clock::now();
-  bench.write();
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_LT(processor_seconds([&] { bench.write(); }), kSoon);
   EXPECT_EQ(std::vector<int>(bench.record->Label, bench.record->Label + 640 * 480), expected);
 }
 
@@ -312,9 +322,7 @@ TEST(ManyLabels, EverySeparatePixelOpensALabelSoon) {
   std::vector<float> depths;
   for (int i = 0; i < 640 * 480; ++i) depths.push_back(static_cast<float>(2 * i));
   WriterBench bench(640, 480, depths);
-  const auto start = std::chrono::steady_clock::now();
-  bench.write();
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_LT(processor_seconds([&] { bench.write(); }), kSoon);
   EXPECT_EQ(bench.record->Label[640 * 480 - 1], 640 * 480 - 1);
 }
 

@@ -266,7 +266,9 @@ bool report_wrong_word(const FrameRead& frame, const char* complaint) {
 enum class Loaded { kFailed, kNothingMore, kGoOn };
 
 Loaded load_references(FrameRead& frame) {
-  char room[depth_io::kUsualFile];
+  // A line a label. The other files' rooms and this one may all be on the stack of a small thread.
+  constexpr std::size_t kUsualReferences = 8 * 1024;
+  char room[kUsualReferences];
   const auto file = frame.open(depth_io::kReferenceEnding, room);
   if (!file) {
     report_unopened(frame, depth_io::kReferenceEnding);

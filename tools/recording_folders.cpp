@@ -1,10 +1,17 @@
 #include "tools/recording_folders.h"
 
+#include <dirent.h>
+
 #include <algorithm>
-#include <filesystem>
+#include <cerrno>
+#include <memory>
 
 namespace depth_io::tools {
 namespace {
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
 
 /// In the pattern, 0 stands for any digit.
 bool matches(std::string_view name, std::string_view pattern) {
@@ -22,14 +29,17 @@ bool is_minute_folder(std::string_view name) { return matches(name, "00mn"); }
 bool is_numbered_folder(std::string_view name) { return matches(name, "00000000"); }
 
 std::optional<std::vector<std::string>> sorted_names(const std::string& directory) {
-  namespace fs = std::filesystem;
+  // The standard library's iterator crashes when memory runs out within it.
+  const std::unique_ptr<DIR, CloseDirectory> folder(opendir(directory.c_str()));
+  if (folder == nullptr) return {};
   std::vector<std::string> names;
-  std::error_code error;
-  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-       entry.increment(error)) {
-    names.push_back(entry->path().filename().string());
+  errno = 0;
+  while (const dirent* const entry = readdir(folder.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+    errno = 0;
   }
-  if (error) return {};
+  if (errno != 0) return {};
   std::sort(names.begin(), names.end());
   return names;
 }

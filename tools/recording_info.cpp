@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 #include <nlohmann/json.hpp>
 
@@ -10,11 +9,11 @@
 #include "tools/files.h"
 #include "tools/frame.h"
 #include "tools/frame_time.h"
+#include "tools/recording_folders.h"
 
 namespace depth_io::tools {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 using nlohmann::ordered_json;
 
@@ -245,10 +244,7 @@ void put_recording_info_aside(const std::string& directory) {
 
 std::vector<RecordingInfo> read_all_recording_infos(const std::string& directory) {
   std::vector<RecordingInfo> infos;
-  std::error_code error;
-  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
+  for (const std::string& name : sorted_names(directory).value_or(std::vector<std::string>())) {
     const bool is_earlier = name.starts_with(kEarlierPrefix) && name.ends_with(kEnding);
     if (!is_earlier && name != kName) continue;
     if (auto info = read_info_file(directory + "/" + name)) infos.push_back(std::move(*info));

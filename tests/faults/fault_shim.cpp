@@ -333,19 +333,25 @@ dirent64* readdir64(DIR* folder) {
 
 // --- Memory -------------------------------------------------------------------------------------
 
+/// As the C library says it.
+static void* no_memory() {
+  errno = ENOMEM;
+  return nullptr;
+}
+
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* memory, size_t size);
 void* __libc_memalign(size_t alignment, size_t size);
 
-void* malloc(size_t size) { return fails_to_allocate() ? nullptr : __libc_malloc(size); }
+void* malloc(size_t size) { return fails_to_allocate() ? no_memory() : __libc_malloc(size); }
 
 void* calloc(size_t count, size_t size) {
-  return fails_to_allocate() ? nullptr : __libc_calloc(count, size);
+  return fails_to_allocate() ? no_memory() : __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, size_t size) {
-  return fails_to_allocate() ? nullptr : __libc_realloc(memory, size);
+  return fails_to_allocate() ? no_memory() : __libc_realloc(memory, size);
 }
 
 void* aligned_alloc(size_t alignment, size_t size) {

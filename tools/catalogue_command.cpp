@@ -2,11 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tools/catalogue_files.h"
 #include "tools/failure.h"
+#include "tools/json_text.h"
 #include "tools/library_log.h"
 #include "tools/output.h"
 
@@ -23,11 +23,11 @@ int list_entries(const CatalogueArguments& arguments) {
   LibraryLog log(arguments.verbose);
   const int sub_directories = write_catalogue(arguments.directory, log);
   if (arguments.json) {
+    const JsonMemory memory;
     nlohmann::ordered_json root;
     root["directory"] = arguments.directory;
     root["sub_directories"] = sub_directories;
-    const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-    write_data("%s\n", text.c_str());
+    write_data("%s\n", json_text(root).c_str());
   } else {
     write_data("listed     %d sub-directories with frames in %s\n", sub_directories,
                arguments.directory.c_str());

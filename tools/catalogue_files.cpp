@@ -33,11 +33,11 @@ int write_catalogue(const std::string& directory, LibraryLog& log) {
     log.show_last_lines();
     throw Failure("a name in '" + directory + "' could not be understood");
   }
-  check_written(directory, sub_directories);
   if (log.tells_errors()) {
     log.show_last_lines();
     throw Failure("'" + directory + "' could not be listed completely");
   }
+  check_written(directory, sub_directories);
   return sub_directories;
 }
 

@@ -1,8 +1,10 @@
 #include "tools/image_source.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <string_view>
 #include <utility>
@@ -12,6 +14,7 @@
 #include "tools/files.h"
 #include "tools/output.h"
 #include "tools/png_file.h"
+#include "tools/recording_folders.h"
 #include "tools/tum_lists.h"
 
 namespace depth_io::tools {
@@ -52,14 +55,12 @@ std::optional<double> read_scale(const std::string& directory) {
 }
 
 std::vector<std::string> list_depth_names(const std::string& directory) {
+  const auto files = sorted_names(directory + "/depth");
+  if (!files) throw Failure("cannot list '" + directory + "/depth': " + std::strerror(errno));
   std::vector<std::string> names;
-  std::error_code error;
-  for (fs::directory_iterator entry(directory + "/depth", error), end; !error && entry != end;
-       entry.increment(error)) {
-    const fs::path path = entry->path();
+  for (const fs::path path : *files) {
     if (path.extension() == ".png") names.push_back(path.stem().string());
   }
-  if (error) throw Failure("cannot list '" + directory + "/depth': " + error.message());
   if (names.empty()) throw Failure("there are no .png files in '" + directory + "/depth'");
   std::sort(names.begin(), names.end(), comes_before);
   return names;

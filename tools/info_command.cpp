@@ -3,11 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "tools/failure.h"
 #include "tools/frame_time.h"
+#include "tools/json_text.h"
 #include "tools/output.h"
 #include "tools/recording_statistics.h"
 
@@ -95,6 +95,7 @@ ordered_json spread_json(const Spread& spread) {
 }
 
 void print_json(const Recording& recording, const RecordingStatistics& all) {
+  const JsonMemory memory;
   ordered_json root;
   root["directory"] = recording.directory();
   root["layout"] = recording.layout();
@@ -115,8 +116,7 @@ void print_json(const Recording& recording, const RecordingStatistics& all) {
   root["bytes"] = std::move(bytes);
   root["labels"] = spread_json(all.labels);
   root["error_records"] = spread_json(all.error_records);
-  const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-  write_data("%s\n", text.c_str());
+  write_data("%s\n", json_text(root).c_str());
 }
 
 int inform(const InfoArguments& arguments) {

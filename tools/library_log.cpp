@@ -1,6 +1,7 @@
 #include "tools/library_log.h"
 
 #include <cstdio>
+#include <new>
 
 #include "codec/console.h"
 
@@ -56,12 +57,18 @@ std::vector<std::string> LibraryLog::last_lines() const {
 void LibraryLog::add(const char* text, std::size_t length) {
   const std::lock_guard lock(mutex_);
   Lines& lines = own_lines();
-  for (std::size_t i = 0; i < length; ++i) {
-    if (text[i] == '\n') {
-      end_line(lines);
-    } else if (lines.line.size() < kLongestLine) {
-      lines.line.push_back(text[i]);
+  try {
+    for (std::size_t i = 0; i < length; ++i) {
+      if (text[i] == '\n') {
+        end_line(lines);
+      } else if (lines.line.size() < kLongestLine) {
+        lines.line.push_back(text[i]);
+      }
     }
+  } catch (const std::bad_alloc&) {
+    // A line that was lost may have told of an error; its start must not hide the next one.
+    lines.tells_errors = true;
+    lines.line.clear();
   }
 }
 

@@ -60,8 +60,8 @@ int run_guarded(int argc, char** argv) {
   return kFailed;
 }
 
-/// Ends the program where an exception cannot be caught: the standard library's directory iterators
-/// let none out, not even when memory is short.
+/// Ends the program where an exception cannot be caught: some functions of the libraries below let
+/// none out, not even when memory is short.
 [[noreturn]] void end_at_once() {
   write_message("stopped, most likely for lack of memory");
   std::_Exit(kFailed);

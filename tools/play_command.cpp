@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
@@ -15,6 +14,7 @@
 #include "tools/frame_check.h"
 #include "tools/frame_time.h"
 #include "tools/interruption.h"
+#include "tools/json_text.h"
 #include "tools/output.h"
 #include "tools/png_file.h"
 #include "tools/progress_bar.h"
@@ -174,8 +174,7 @@ class PlayRun {
     root["frames"] = entries_;
     root["unreadable"] = faults_;
     root["damaged"] = damages_;
-    const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-    write_data("%s\n", text.c_str());
+    write_data("%s\n", json_text(root).c_str());
   }
 
   const PlayArguments& arguments_;
@@ -185,6 +184,7 @@ class PlayRun {
   long played_ = 0;
   long unreadable_ = 0;
   long damaged_ = 0;  ///< and played
+  const JsonMemory json_memory_;
   ordered_json entries_ = ordered_json::array();
   ordered_json faults_ = ordered_json::array();
   ordered_json damages_ = ordered_json::array();

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/frame.h"
 #include "tools/frame_time.h"
+#include "tools/json_text.h"
 #include "tools/recording_folders.h"
 
 namespace depth_io::tools {
@@ -172,6 +172,7 @@ std::optional<RecordingInfo> read_info_file(const std::string& path) {
     if (regular_file_size(path)) throw Failure("cannot read '" + path + "'");
     return {};
   }
+  const JsonMemory memory;
   try {
     return parse(json::parse(*text));
   } catch (const json::exception& error) {
@@ -184,6 +185,7 @@ std::optional<RecordingInfo> read_info_file(const std::string& path) {
 }  // namespace
 
 std::string recording_text(const RecordingInfo& info) {
+  const JsonMemory memory;
   ordered_json root;
   root["format"] = kFormat;
   root["format_version"] = kFormatVersion;
@@ -218,8 +220,7 @@ std::string recording_text(const RecordingInfo& info) {
   root["clock_steps"] = {{"count", info.clock_steps.count},
                          {"largest_seconds", info.clock_steps.largest_seconds}};
   root["readings_cut"] = info.readings_cut;
-  // File names need not be UTF-8, JSON texts are.
-  return root.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+  return json_text(root) + "\n";
 }
 
 void write_recording_info(const std::string& directory, const RecordingInfo& info) {

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -14,6 +13,7 @@
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/frame_files.h"
+#include "tools/json_text.h"
 #include "tools/library_log.h"
 #include "tools/output.h"
 #include "tools/recording_folders.h"
@@ -167,6 +167,7 @@ class Repair {
   }
 
   void print_json() const {
+    const JsonMemory memory;
     nlohmann::ordered_json root;
     root["directory"] = arguments_.directory;
     root["sub_directories"] = sub_directories_;
@@ -174,8 +175,7 @@ class Repair {
     root["corrected"] = corrected_;
     root["removed"] = removed_;
     root["unchanged"] = unchanged_;
-    const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-    write_data("%s\n", text.c_str());
+    write_data("%s\n", json_text(root).c_str());
   }
 
   const RepairArguments& arguments_;

@@ -227,8 +227,7 @@ void VerifyRun::print_json() const {
   }
   root["troubles"] = recording_.troubles();
   root["against"] = comparison_ ? comparison_->json() : ordered_json();
-  const std::string text = root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-  write_data("%s\n", text.c_str());
+  write_data("%s\n", json_text(root).c_str());
 }
 
 }  // namespace depth_io::tools

@@ -3,12 +3,12 @@
 #include <array>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/frame_check.h"
+#include "tools/json_text.h"
 #include "tools/library_log.h"
 #include "tools/quarantine.h"
 #include "tools/recording.h"
@@ -74,6 +74,7 @@ class VerifyRun {
   std::array<long, kFrameStates> counts_{};
   long missing_ = 0;
   long quarantined_ = 0;
+  const JsonMemory json_memory_;
   nlohmann::ordered_json bad_frames_ = nlohmann::ordered_json::array();
 };
 

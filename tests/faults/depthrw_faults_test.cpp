@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "tests/faults/fault_walk.h"
@@ -175,6 +176,38 @@ TEST_F(DepthrwFaults, InfoTellsTheTruthOrFails) {
   record("tree", "2", {"--no-colour"});
   expect_right_output_or_failure({"info", path("rec")},
                                  {kFaultOpen, kFaultRead, kFaultReadFolder, kFaultAllocation});
+}
+
+TEST_F(DepthrwFaults, ReportsAsJsonAreWholeOrFail) {
+  record("tree", "2", {"--no-colour"});
+  expect_right_output_or_failure({"info", path("rec"), "--json"}, {kFaultAllocation});
+  expect_right_output_or_failure({"verify", path("rec"), "--json"}, {kFaultAllocation});
+}
+
+TEST_F(DepthrwFaults, RepairLeavesTheCatalogueRightOrFails) {
+  record("numbered", "2", {"--no-colour"});
+  ASSERT_EQ(run_program({"catalogue", path("rec")}).status, 0);
+  const std::vector<std::string> names = {"rec/info.txt", "rec/info00000000.txt",
+                                          "rec/00000000/list.txt"};
+  const auto catalogue = [&] {
+    std::string text;
+    for (const std::string& name : names) text += read_file(path(name)) + "|";
+    return text;
+  };
+  const std::string good = catalogue();
+  for (const FaultKind kind : {kFaultOpen, kFaultRead, kFaultWrite, kFaultClose, kFaultReadFolder,
+                               kFaultRename, kFaultAllocation}) {
+    walk_program(kind, [&](const Fault& fault) {
+      std::ofstream(path("rec/info.txt")) << "nb_sub_dir 7\n";
+      const bool has_failed = run_with_fault(fault, {"repair", path("rec")});
+      expect_honest_end(result_);
+      EXPECT_TRUE(has_failed || result_.status == 0) << result_.messages;
+      if (result_.status == 0) {
+        EXPECT_EQ(catalogue(), good) << result_.messages;
+      }
+      return has_failed;
+    });
+  }
 }
 
 TEST_F(DepthrwFaults, CatalogueIsWrittenOrFails) {

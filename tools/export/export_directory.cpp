@@ -7,6 +7,7 @@
 
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/json_text.h"
 #include "tools/recording_folders.h"
 
 namespace depth_io::tools {
@@ -136,9 +137,7 @@ void ExportDirectory::remove_export() const {
 }
 
 void ExportDirectory::write_description(const ordered_json& description) const {
-  write_file_atomically(
-      path_ + "/" + kDescription,
-      description.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n");
+  write_file_atomically(path_ + "/" + kDescription, json_text(description) + "\n");
 }
 
 void ExportDirectory::write_readme(const std::string& text) const {

@@ -12,6 +12,7 @@
 #include "tools/files.h"
 #include "tools/frame_time.h"
 #include "tools/interruption.h"
+#include "tools/json_text.h"
 #include "tools/output.h"
 #include "tools/progress_bar.h"
 #include "tools/work_in_order.h"
@@ -219,9 +220,7 @@ class ExportRun {
 
   void print_summary() const {
     if (arguments_.json) {
-      write_data("%s\n", export_description(account_)
-                             .dump(2, ' ', false, ordered_json::error_handler_t::replace)
-                             .c_str());
+      write_data("%s\n", json_text(export_description(account_)).c_str());
       return;
     }
     const ExportCounts& counts = account_.counts;
@@ -244,6 +243,7 @@ class ExportRun {
     return all_good ? kGood : kPartial;
   }
 
+  const JsonMemory json_memory_;
   const ExportArguments& arguments_;
   ExportSettings settings_;
   LibraryLog log_;

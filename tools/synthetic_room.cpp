@@ -1,8 +1,11 @@
 #include "tools/synthetic_room.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
+#include <initializer_list>
+#include <iterator>
 
 #include "tools/frame.h"
 #include "tools/hash_noise.h"
@@ -107,25 +110,65 @@ class Crossing {
   float leave;
 };
 
-void hit_furniture(const Vec3& origin, const Vec3& ray, Hit& hit) {
-  for (const Box& box : kFurniture) {
+/// The furniture that is near some points and whatever lies between them. Most of it never is.
+class Neighbours {
+ public:
+  explicit Neighbours(std::initializer_list<Vec3> points) {
+    Vec3 low = *points.begin();
+    Vec3 high = low;
+    for (const Vec3& p : points) {
+      low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+      high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    }
+    // More than what rounding can move a crossing by.
+    constexpr Vec3 kMargin{1e-3F, 1e-3F, 1e-3F};
+    low = low - kMargin;
+    high = high + kMargin;
+    for (const Box& box : kFurniture) {
+      if (overlap(box.low, box.high, low, high)) boxes_[count_++] = &box;
+    }
+    constexpr Vec3 kVaseSize{kVase.radius, kVase.radius, kVase.radius};
+    with_vase_ = overlap(kVase.middle - kVaseSize, kVase.middle + kVaseSize, low, high);
+  }
+
+  /// Moves the hit to where the ray meets one of them first, if that is nearer.
+  void meet(const Vec3& origin, const Vec3& ray, Hit& hit) const {
+    for (std::size_t i = 0; i < count_; ++i) meet_box(origin, ray, *boxes_[i], hit);
+    if (with_vase_) meet_vase(origin, ray, hit);
+  }
+
+ private:
+  static bool overlap(const Vec3& low_a, const Vec3& high_a, const Vec3& low_b,
+                      const Vec3& high_b) {
+    return low_a.x < high_b.x && high_a.x > low_b.x && low_a.y < high_b.y && high_a.y > low_b.y &&
+           low_a.z < high_b.z && high_a.z > low_b.z;
+  }
+
+  static void meet_box(const Vec3& origin, const Vec3& ray, const Box& box, Hit& hit) {
     const Crossing crossing(origin, ray, box.low, box.high);
     const bool is_nearer = crossing.enter > 1e-3F && crossing.enter < hit.distance;
     if (is_nearer && crossing.enter < crossing.leave) {
       hit = {crossing.enter, crossing.entry_normal(), box.material};
     }
   }
-  const Vec3 offset = origin - kVase.middle;
-  const float a = dot(ray, ray);
-  const float b = dot(ray, offset);
-  const float c = dot(offset, offset) - kVase.radius * kVase.radius;
-  const float h = b * b - a * c;
-  if (h <= 0) return;
-  const float distance = (-b - std::sqrt(h)) / a;
-  if (distance > 1e-3F && distance < hit.distance) {
-    hit = {distance, normalised(offset + ray * distance), kVase.material};
+
+  static void meet_vase(const Vec3& origin, const Vec3& ray, Hit& hit) {
+    const Vec3 offset = origin - kVase.middle;
+    const float a = dot(ray, ray);
+    const float b = dot(ray, offset);
+    const float c = dot(offset, offset) - kVase.radius * kVase.radius;
+    const float h = b * b - a * c;
+    if (h <= 0) return;
+    const float distance = (-b - std::sqrt(h)) / a;
+    if (distance > 1e-3F && distance < hit.distance) {
+      hit = {distance, normalised(offset + ray * distance), kVase.material};
+    }
   }
-}
+
+  std::array<const Box*, std::size(kFurniture)> boxes_{};
+  std::size_t count_ = 0;
+  bool with_vase_ = false;
+};
 
 Hit hit_scene(Vec3 ray) {
   Hit hit;
@@ -141,7 +184,7 @@ Hit hit_scene(Vec3 ray) {
   } else {
     hit.material = hit.normal.z < -0.5F ? Material::kBackWall : Material::kSideWall;
   }
-  hit_furniture({}, ray, hit);
+  Neighbours({Vec3{}, ray * hit.distance}).meet({}, ray, hit);
   return hit;
 }
 
@@ -150,15 +193,18 @@ constexpr Vec3 kLightMiddle{0.25F, -1.38F, 3.05F};
 /// Share of the lamp's light that reaches a point past the furniture, 0..1.
 float lamp_share(Vec3 point, Vec3 normal, std::uint32_t seed) {
   constexpr int kSamples = 10;
+  constexpr float kSide = 0.9F;
+  constexpr Vec3 kHalf{kSide / 2, 0, kSide / 2};
   const Vec3 start = point + normal * 0.004F;
+  const Neighbours neighbours({start, kLightMiddle - kHalf, kLightMiddle + kHalf});
   int lit = 0;
   for (int sample = 0; sample < kSamples; ++sample) {
     const auto n = static_cast<std::uint32_t>(sample);
-    const Vec3 target{kLightMiddle.x + 0.9F * (unit_hash(n, 11, seed) - 0.5F), kLightMiddle.y,
-                      kLightMiddle.z + 0.9F * (unit_hash(n, 12, seed) - 0.5F)};
+    const Vec3 target{kLightMiddle.x + kSide * (unit_hash(n, 11, seed) - 0.5F), kLightMiddle.y,
+                      kLightMiddle.z + kSide * (unit_hash(n, 12, seed) - 0.5F)};
     Hit hit;
     hit.distance = 0.98F;
-    hit_furniture(start, target - start, hit);
+    neighbours.meet(start, target - start, hit);
     if (hit.distance >= 0.98F) ++lit;
   }
   return static_cast<float>(lit) / kSamples;

@@ -56,7 +56,11 @@ std::optional<double> read_scale(const std::string& directory) {
 
 std::vector<std::string> list_depth_names(const std::string& directory) {
   const auto files = sorted_names(directory + "/depth");
-  if (!files) throw Failure("cannot list '" + directory + "/depth': " + std::strerror(errno));
+  if (!files) {
+    const std::string reason = std::strerror(errno);
+    throw Failure("cannot list '" + directory +
+                  "/depth', where the source's depth images are: " + reason);
+  }
   std::vector<std::string> names;
   for (const fs::path path : *files) {
     if (path.extension() == ".png") names.push_back(path.stem().string());

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tools/failure.h"
+#include "tools/frame.h"
 #include "tools/frame_time.h"
 #include "tools/json_text.h"
 #include "tools/output.h"
@@ -70,6 +71,25 @@ void print_spread(const char* name, const Spread& spread) {
   write_data("%-10s %14.1f a frame, %ld at most\n", name, spread.mean(), spread.most);
 }
 
+/// Nothing is known of recordings that the program did not make.
+void print_runs(const Recording& recording) {
+  constexpr std::size_t kMostShown = 20;
+  const std::vector<RecordingInfo>& runs = recording.runs();
+  for (std::size_t i = 0; i < std::min(runs.size(), kMostShown); ++i) {
+    const RecordingInfo& run = runs[i];
+    write_data("run        %s  %ld frames of %s, trigger %s%s\n", readable_text(run.start).c_str(),
+               run.frames_recorded, run.source.c_str(), trigger_name(run.trigger),
+               run.complete ? "" : ", not ended properly");
+  }
+  if (runs.size() > kMostShown) write_data("           and %zu more\n", runs.size() - kMostShown);
+  if (runs.empty()) return;
+  const int type = runs.front().camera_type;
+  const Intrinsics camera = intrinsics_of(type);
+  write_data("camera     type %d: focal lengths %g and %g, principal point %g, %g (pixels)\n", type,
+             static_cast<double>(camera.a11), static_cast<double>(camera.a22),
+             static_cast<double>(camera.cx), static_cast<double>(camera.cy));
+}
+
 void print_lines(const Recording& recording, const RecordingStatistics& all) {
   const std::size_t frames = recording.frames().size();
   write_data("layout     %s\n", recording.layout().c_str());
@@ -84,6 +104,7 @@ void print_lines(const Recording& recording, const RecordingStatistics& all) {
   print_size("all", all.bytes.sum(), frames);
   print_spread("labels", all.labels);
   print_spread("records", all.error_records);
+  print_runs(recording);
 }
 
 ordered_json time_json(const std::optional<Moment>& moment) {
@@ -116,6 +137,8 @@ void print_json(const Recording& recording, const RecordingStatistics& all) {
   root["bytes"] = std::move(bytes);
   root["labels"] = spread_json(all.labels);
   root["error_records"] = spread_json(all.error_records);
+  root["runs"] = ordered_json::array();
+  for (const RecordingInfo& run : recording.runs()) root["runs"].push_back(recording_json(run));
   write_data("%s\n", json_text(root).c_str());
 }
 
@@ -142,7 +165,9 @@ std::function<int()> add_info_command(CLI::App& program) {
   auto arguments = std::make_shared<InfoArguments>();
   InfoArguments& a = *arguments;
   CLI::App& command = *program.add_subcommand(
-      "info", "Tells what a recording holds: layout, times, gaps, sizes, labels, error records");
+      "info",
+      "Tells what a recording holds: layout, times, gaps, sizes, labels, error records, and how "
+      "it was made");
   command.add_option("DIR", a.directory, "Directory of the recording")->required();
   add_time_range_options(command, a.range);
   command.add_flag("--json", a.json, "Print JSON instead of lines");

@@ -184,8 +184,7 @@ std::optional<RecordingInfo> read_info_file(const std::string& path) {
 
 }  // namespace
 
-std::string recording_text(const RecordingInfo& info) {
-  const JsonMemory memory;
+ordered_json recording_json(const RecordingInfo& info) {
   ordered_json root;
   root["format"] = kFormat;
   root["format_version"] = kFormatVersion;
@@ -220,7 +219,12 @@ std::string recording_text(const RecordingInfo& info) {
   root["clock_steps"] = {{"count", info.clock_steps.count},
                          {"largest_seconds", info.clock_steps.largest_seconds}};
   root["readings_cut"] = info.readings_cut;
-  return json_text(root) + "\n";
+  return root;
+}
+
+std::string recording_text(const RecordingInfo& info) {
+  const JsonMemory memory;
+  return json_text(recording_json(info)) + "\n";
 }
 
 void write_recording_info(const std::string& directory, const RecordingInfo& info) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -82,6 +83,8 @@ struct RecordingInfo {
   std::vector<std::string> signal_times;  ///< of the first of them, stamp texts
   std::uint64_t readings_cut = 0;
 };
+
+nlohmann::ordered_json recording_json(const RecordingInfo& info);
 
 /// Its text, as in the file.
 std::string recording_text(const RecordingInfo& info);

@@ -10,6 +10,7 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::Not;
 
 using DepthrwInfo = Depthrw;
 
@@ -95,12 +96,36 @@ TEST_F(DepthrwInfo, LinesSayTheSame) {
   record("tree", "3", {"--start", "2013-12-31T23:59:59.967"});
   const ProgramResult result = run_program({"info", path("rec")});
   EXPECT_EQ(result.status, 0) << result.messages;
-  for (const char* text : {"layout     tree", "frames     3", "first      2013-12-31 23:59:59.967",
-                           "last       2014-01-01 00:00:00.034  (0.067 s later)", "gaps       0 ",
-                           "colour ", "labels ", "records "}) {
+  for (const char* text :
+       {"layout     tree", "frames     3", "first      2013-12-31 23:59:59.967",
+        "last       2014-01-01 00:00:00.034  (0.067 s later)", "gaps       0 ", "colour ",
+        "labels ", "records ",
+        "run        2013-12-31 23:59:59.967  3 frames of synthetic, trigger always",
+        "camera     type 0: focal lengths 528.014 and 528.014"}) {
     EXPECT_THAT(result.output, HasSubstr(text));
   }
   EXPECT_EQ(result.messages, "");
+}
+
+TEST_F(DepthrwInfo, TellsHowEachRunWasMade) {
+  record("tree", "2", {"--no-colour", "--start", "2013-12-31T23:59:59.000"});
+  record("tree", "3", {"--no-colour", "--append", "--start", "2014-01-02T00:00:00.000"});
+  const json runs = info_of(path("rec"))["runs"];
+  ASSERT_EQ(runs.size(), 2U);
+  EXPECT_EQ(runs[0]["frames"]["recorded"], 2);
+  EXPECT_EQ(runs[1]["frames"]["recorded"], 3);
+  EXPECT_EQ(runs[1]["source"]["text"], "synthetic");
+  EXPECT_EQ(runs[1]["start"], "2014-01-02T00-00-00.000000");
+}
+
+TEST_F(DepthrwInfo, SaysNothingOfRunsThatNobodyDescribed) {
+  record("flat", "2", {"--no-colour"});
+  fs::remove(path("rec/recording.json"));
+  EXPECT_EQ(info_of(path("rec"))["runs"].size(), 0U);
+  const ProgramResult result = run_program({"info", path("rec")});
+  EXPECT_EQ(result.status, 0) << result.messages;
+  EXPECT_THAT(result.output, Not(HasSubstr("\nrun ")));
+  EXPECT_THAT(result.output, Not(HasSubstr("camera ")));
 }
 
 TEST_F(DepthrwInfo, ADirectoryWithoutFramesIsAFailure) {

@@ -120,7 +120,7 @@ ordered_json counts_json(const ExportAccount& account) {
 ordered_json runs_json(const Recording& recording) {
   ordered_json runs = ordered_json::array();
   for (const RecordingInfo& run : recording.runs()) {
-    runs.push_back(ordered_json::parse(recording_text(run)));
+    runs.push_back(recording_json(run));
   }
   return runs;
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "python/library_call.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
 
 namespace depth_io::python {
 namespace {

@@ -6,8 +6,8 @@
 #include "python/bindings.h"
 #include "python/frame_codec.h"
 #include "python/library_call.h"
-#include "tools/frame_files.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/frame_files.h"
 
 namespace depth_io::python {
 namespace {

@@ -11,7 +11,7 @@
 #include "codec/frame_reader.h"
 #include "codec/frame_writer.h"
 #include "codec/liblinjpeg.h"
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::python {
 

@@ -6,8 +6,8 @@
 
 #include "codec/working_record.h"
 #include "python/idle_store.h"
-#include "tools/frame.h"
-#include "tools/recording_info.h"
+#include "tools/frame/frame.h"
+#include "tools/recording/recording_info.h"
 
 /// Single frames through the public codec, by any number of threads at a time.
 namespace depth_io::python {

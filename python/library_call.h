@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 /// How this module calls the library: without the interpreter's lock, and with an ear for what the
 /// library says.

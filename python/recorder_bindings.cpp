@@ -4,7 +4,7 @@
 #include "python/bindings.h"
 #include "python/library_call.h"
 #include "python/stamped_recorder.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
 
 namespace depth_io::python {
 namespace {

@@ -4,8 +4,8 @@
 #include "python/arguments.h"
 #include "python/bindings.h"
 #include "python/library_call.h"
-#include "tools/frame_time.h"
-#include "tools/recording.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/recording.h"
 
 namespace depth_io::python {
 namespace {

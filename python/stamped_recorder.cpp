@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "codec/frame_names.h"
-#include "tools/available_memory.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/frame_time.h"
-#include "tools/recording_folders.h"
-#include "tools/tree_end.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recorder/tree_end.h"
+#include "tools/recording/recording_folders.h"
+#include "tools/system/available_memory.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
 
 namespace depth_io::python {
 

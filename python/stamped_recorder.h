@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "python/frame_codec.h"
-#include "tools/capture_engine.h"
-#include "tools/directory_lock.h"
+#include "tools/recorder/capture_engine.h"
+#include "tools/system/directory_lock.h"
 
 namespace depth_io::python {
 

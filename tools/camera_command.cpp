@@ -5,11 +5,11 @@
 #include <memory>
 #include <string>
 
-#include "tools/camera.h"
-#include "tools/failure.h"
-#include "tools/interruption.h"
-#include "tools/library_log.h"
-#include "tools/output.h"
+#include "tools/source/camera.h"
+#include "tools/system/failure.h"
+#include "tools/system/interruption.h"
+#include "tools/system/library_log.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -4,11 +4,11 @@
 #include <memory>
 #include <string>
 
-#include "tools/catalogue_files.h"
-#include "tools/failure.h"
-#include "tools/json_text.h"
-#include "tools/library_log.h"
-#include "tools/output.h"
+#include "tools/recording/catalogue_files.h"
+#include "tools/system/failure.h"
+#include "tools/system/json_text.h"
+#include "tools/system/library_log.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "catalogue/catalogue.h"
 #include "codec/console.h"
-#include "tools/output.h"
+#include "tools/system/output.h"
 
 /// Lists a recording's directory; a tool for scripts, so it never waits for a key.
 int main(int argc, char** argv) {

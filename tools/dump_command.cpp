@@ -10,11 +10,11 @@
 #include <string>
 
 #include "codec/calibration_dump.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/frame_time.h"
-#include "tools/output.h"
-#include "tools/recording.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/recording.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

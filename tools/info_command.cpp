@@ -5,12 +5,12 @@
 #include <memory>
 #include <string>
 
-#include "tools/failure.h"
-#include "tools/frame.h"
-#include "tools/frame_time.h"
-#include "tools/json_text.h"
-#include "tools/output.h"
-#include "tools/recording_statistics.h"
+#include "tools/frame/frame.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/recording_statistics.h"
+#include "tools/system/failure.h"
+#include "tools/system/json_text.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

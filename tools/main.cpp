@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "tools/failure.h"
-#include "tools/interruption.h"
-#include "tools/output.h"
 #include "tools/program.h"
+#include "tools/system/failure.h"
+#include "tools/system/interruption.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -8,17 +8,17 @@
 #include <optional>
 #include <string>
 
-#include "tools/contact_sheet.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/frame_check.h"
-#include "tools/frame_time.h"
-#include "tools/interruption.h"
-#include "tools/json_text.h"
-#include "tools/output.h"
-#include "tools/png_file.h"
-#include "tools/progress_bar.h"
-#include "tools/recording.h"
+#include "tools/frame/frame_time.h"
+#include "tools/picture/contact_sheet.h"
+#include "tools/picture/png_file.h"
+#include "tools/recording/frame_check.h"
+#include "tools/recording/recording.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/interruption.h"
+#include "tools/system/json_text.h"
+#include "tools/system/output.h"
+#include "tools/system/progress_bar.h"
 
 namespace depth_io::tools {
 namespace {

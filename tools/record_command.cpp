@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/record_run.h"
+#include "tools/recorder/record_run.h"
 
 namespace depth_io::tools {
 namespace {

@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "tools/catalogue_files.h"
-#include "tools/directory_lock.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/frame_files.h"
-#include "tools/json_text.h"
-#include "tools/library_log.h"
-#include "tools/output.h"
-#include "tools/recording_folders.h"
+#include "tools/recording/catalogue_files.h"
+#include "tools/recording/frame_files.h"
+#include "tools/recording/recording_folders.h"
+#include "tools/system/directory_lock.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/json_text.h"
+#include "tools/system/library_log.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 
 #include "catalogue/catalogue.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/library_log.h"
-#include "tools/output.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/library_log.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "tools/failure.h"
-#include "tools/open_source.h"
-#include "tools/verify_arguments.h"
-#include "tools/verify_run.h"
+#include "tools/source/open_source.h"
+#include "tools/system/failure.h"
+#include "tools/verify/verify_arguments.h"
+#include "tools/verify/verify_run.h"
 
 namespace depth_io::tools {
 namespace {

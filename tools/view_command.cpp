@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "tools/failure.h"
-#include "tools/interruption.h"
-#include "tools/output.h"
+#include "tools/system/failure.h"
+#include "tools/system/interruption.h"
+#include "tools/system/output.h"
 #include "tools/viewer/terminal_program.h"
 #include "tools/viewer/viewer_server.h"
 

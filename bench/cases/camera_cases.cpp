@@ -13,7 +13,7 @@
 #include "codec/console.h"
 #include "tests/support/oni_recording.h"
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::bench {
 namespace {

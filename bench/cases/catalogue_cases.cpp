@@ -13,7 +13,7 @@
 #include "bench/support/timing.h"
 #include "catalogue/catalogue.h"
 #include "codec/typed_buffers.h"
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::bench {
 namespace {

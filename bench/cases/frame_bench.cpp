@@ -9,7 +9,7 @@
 #include "bench/codecs/bare_jpeg.h"
 #include "bench/support/timing.h"
 #include "codec/camera_depth_rw.h"
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::bench {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "bench/codecs/depth_codecs.h"
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 
 namespace depth_io::bench {
 namespace {

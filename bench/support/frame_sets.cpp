@@ -8,8 +8,8 @@
 #include <random>
 #include <utility>
 
-#include "tools/image_source.h"
-#include "tools/synthetic_source.h"
+#include "tools/source/image_source.h"
+#include "tools/source/synthetic_source.h"
 
 namespace depth_io::bench {
 namespace {

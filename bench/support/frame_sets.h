@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 
 namespace depth_io::bench {
 

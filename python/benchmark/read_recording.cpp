@@ -12,9 +12,9 @@
 #include "codec/frame_names.h"
 #include "codec/frame_reader.h"
 #include "codec/liblinjpeg.h"
-#include "tools/failure.h"
-#include "tools/frame.h"
-#include "tools/recording.h"
+#include "tools/frame/frame.h"
+#include "tools/recording/recording.h"
+#include "tools/system/failure.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "tests/support/oni_recording.h"
 #include "tests/tools/clock_steps.h"
 #include "tests/tools/depthrw_fixture.h"
-#include "tools/camera_source.h"
+#include "tools/source/camera_source.h"
 
 namespace depth_io::test {
 namespace {

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "tests/support/oni_recording.h"
-#include "tools/frame.h"
-#include "tools/image_source.h"
+#include "tools/frame/frame.h"
+#include "tools/source/image_source.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "codec/console.h"
 #include "tests/faults/fault_walk.h"
-#include "tools/library_log.h"
+#include "tools/system/library_log.h"
 
 // What the program keeps of the library's lines, when there is no memory for one of them.
 namespace depth_io::test {

@@ -20,6 +20,17 @@ check catalogue 'codec/|catalogue/'
 check engine 'codec/|catalogue/|engine/'
 check camera 'camera/|codec/(console|export)\.h'
 
+library='(codec|catalogue|engine|camera)/'
+check tools/system "$library|tools/system/"
+check tools/frame "$library|tools/(system|frame)/"
+check tools/picture "$library|tools/(system|frame|picture)/"
+check tools/recording "$library|tools/(system|frame|recording)/"
+check tools/source "$library|tools/(system|frame|picture|recording|source)/"
+check tools/recorder "$library|tools/(system|frame|recording|source|recorder)/"
+check tools/verify "$library|tools/(system|frame|recording|source|verify)/"
+check tools/export "$library|tools/(system|frame|picture|recording|export)/"
+check tools/viewer "$library|tools/(system|frame|recording|viewer)/"
+
 # The program and the Python module see only what is installed.
 public=$(sed -nE '/(set\(|APPEND )public_headers/,/\)/p' CMakeLists.txt | grep -oE '[a-z]+/[a-z0-9_]+\.h' | sort -u)
 while read -r header; do

@@ -1,11 +1,11 @@
-#include "tools/child_process.h"
+#include "tools/system/child_process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
-#include "tools/interruption.h"
+#include "tools/system/failure.h"
+#include "tools/system/interruption.h"
 
 namespace depth_io::tools {
 namespace {

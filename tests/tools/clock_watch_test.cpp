@@ -1,8 +1,8 @@
-#include "tools/clock_watch.h"
+#include "tools/recorder/clock_watch.h"
 
 #include <gtest/gtest.h>
 
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
 
 namespace depth_io::tools {
 namespace {

@@ -1,12 +1,12 @@
-#include "tools/colour_map.h"
+#include "tools/picture/colour_map.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 
-#include "tools/contact_sheet.h"
-#include "tools/stroke_font.h"
+#include "tools/picture/contact_sheet.h"
+#include "tools/picture/stroke_font.h"
 
 namespace depth_io::tools {
 namespace {

@@ -1,11 +1,11 @@
-#include "tools/depth_statistics.h"
+#include "tools/frame/depth_statistics.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 
 namespace depth_io::tools {
 namespace {

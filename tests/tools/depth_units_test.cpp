@@ -1,4 +1,4 @@
-#include "tools/depth_units.h"
+#include "tools/frame/depth_units.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 
 #include "tests/tools/depthrw_fixture.h"
 #include "tests/tools/image_directory.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
 
 namespace depth_io::test {
 namespace {

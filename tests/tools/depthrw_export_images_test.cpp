@@ -5,7 +5,7 @@
 
 #include "codec/liblinjpeg.h"
 #include "tests/tools/export_fixture.h"
-#include "tools/png_file.h"
+#include "tools/picture/png_file.h"
 
 namespace depth_io::test {
 namespace {

@@ -6,7 +6,7 @@
 #include "engine/camera_depth_rw3.h"
 #include "tests/tools/depthrw_fixture.h"
 #include "tests/tools/image_directory.h"
-#include "tools/library_log.h"
+#include "tools/system/library_log.h"
 
 namespace depth_io::test {
 namespace {

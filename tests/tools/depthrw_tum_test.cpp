@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "tests/tools/export_fixture.h"
-#include "tools/depth_statistics.h"
-#include "tools/png_file.h"
+#include "tools/frame/depth_statistics.h"
+#include "tools/picture/png_file.h"
 
 namespace depth_io::test {
 namespace {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "tests/tools/depthrw_fixture.h"
-#include "tools/library_log.h"
-#include "tools/recording.h"
+#include "tools/recording/recording.h"
+#include "tools/system/library_log.h"
 
 namespace depth_io::test {
 

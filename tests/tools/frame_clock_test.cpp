@@ -1,4 +1,4 @@
-#include "tools/frame_clock.h"
+#include "tools/source/frame_clock.h"
 
 #include <gtest/gtest.h>
 

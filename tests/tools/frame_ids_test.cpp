@@ -1,4 +1,4 @@
-#include "tools/frame_ids.h"
+#include "tools/frame/frame_ids.h"
 
 #include <gtest/gtest.h>
 

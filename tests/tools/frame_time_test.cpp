@@ -1,4 +1,4 @@
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/free_space.h"
+#include "tools/system/free_space.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "tests/support/temp_directory.h"
-#include "tools/frame.h"
-#include "tools/png_file.h"
+#include "tools/frame/frame.h"
+#include "tools/picture/png_file.h"
 
 namespace depth_io::test {
 

@@ -1,12 +1,12 @@
-#include "tools/image_source.h"
+#include "tools/source/image_source.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "codec/liblinjpeg.h"
 #include "tests/tools/image_directory.h"
-#include "tools/failure.h"
-#include "tools/open_source.h"
+#include "tools/source/open_source.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

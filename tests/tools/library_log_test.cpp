@@ -1,4 +1,4 @@
-#include "tools/library_log.h"
+#include "tools/system/library_log.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
-#include "tools/png_file.h"
+#include "tools/picture/png_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/recorder.h"
+#include "tools/recorder/recorder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
-#include "tools/frame_time.h"
-#include "tools/recording.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/recording.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -1,10 +1,10 @@
-#include "tools/recording_info.h"
+#include "tools/recording/recording_info.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -1,12 +1,12 @@
-#include "tools/recording_scan.h"
+#include "tools/recording/recording_scan.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
-#include "tools/recording_folders.h"
-#include "tools/tree_end.h"
+#include "tools/recorder/tree_end.h"
+#include "tools/recording/recording_folders.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -3,10 +3,10 @@
 #include <set>
 #include <string>
 
-#include "tools/frame_check.h"
-#include "tools/library_log.h"
-#include "tools/recording.h"
-#include "tools/recording_scan.h"
+#include "tools/recording/frame_check.h"
+#include "tools/recording/recording.h"
+#include "tools/recording/recording_scan.h"
+#include "tools/system/library_log.h"
 
 namespace depth_io::test {
 

@@ -1,4 +1,4 @@
-#include "tools/synthetic_source.h"
+#include "tools/source/synthetic_source.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <cmath>
 #include <set>
 
-#include "tools/depth_sensor.h"
-#include "tools/failure.h"
+#include "tools/source/depth_sensor.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -1,9 +1,9 @@
-#include "tools/time_range.h"
+#include "tools/frame/time_range.h"
 
 #include <gtest/gtest.h>
 
-#include "tools/failure.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

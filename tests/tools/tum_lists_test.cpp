@@ -1,10 +1,10 @@
-#include "tools/tum_lists.h"
+#include "tools/source/tum_lists.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_directory.h"
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

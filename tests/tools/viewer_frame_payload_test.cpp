@@ -1,8 +1,8 @@
 #include <cstring>
 
 #include "tests/tools/depthrw_fixture.h"
-#include "tools/library_log.h"
-#include "tools/recording.h"
+#include "tools/recording/recording.h"
+#include "tools/system/library_log.h"
 #include "tools/viewer/frame_payload.h"
 
 namespace depth_io::test {

@@ -5,7 +5,7 @@
 #include <set>
 #include <vector>
 
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 #include "tools/viewer/coarse_to_fine.h"
 #include "tools/viewer/motion_survey.h"
 

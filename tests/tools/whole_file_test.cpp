@@ -1,10 +1,10 @@
-#include "tools/whole_file.h"
+#include "tools/export/whole_file.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_directory.h"
-#include "tools/cloud_file.h"
-#include "tools/png_file.h"
+#include "tools/export/cloud_file.h"
+#include "tools/picture/png_file.h"
 
 namespace depth_io::tools {
 namespace {

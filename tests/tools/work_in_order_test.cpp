@@ -1,4 +1,4 @@
-#include "tools/work_in_order.h"
+#include "tools/system/work_in_order.h"
 
 #include <gtest/gtest.h>
 

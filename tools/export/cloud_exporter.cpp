@@ -1,9 +1,9 @@
 #include <cmath>
 
-#include "tools/cloud_file.h"
+#include "tools/export/cloud_file.h"
 #include "tools/export/exporter.h"
-#include "tools/files.h"
-#include "tools/output.h"
+#include "tools/system/files.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

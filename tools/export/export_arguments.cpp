@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
-#include "tools/failure.h"
-#include "tools/recording_info.h"
+#include "tools/recording/recording_info.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/time_range.h"
+#include "tools/frame/time_range.h"
 
 namespace depth_io::tools {
 

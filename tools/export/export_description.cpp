@@ -1,11 +1,11 @@
 #include "tools/export/export_description.h"
 
 #include "codec/frame_names.h"
-#include "tools/depth_units.h"
 #include "tools/export/export_directory.h"
-#include "tools/files.h"
-#include "tools/frame_time.h"
-#include "tools/output.h"
+#include "tools/frame/depth_units.h"
+#include "tools/frame/frame_time.h"
+#include "tools/system/files.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/camera_model.h"
 #include "tools/export/exporter.h"
+#include "tools/frame/camera_model.h"
 
 namespace depth_io::tools {
 

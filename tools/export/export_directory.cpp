@@ -5,10 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/json_text.h"
-#include "tools/recording_folders.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/json_text.h"
 
 namespace depth_io::tools {
 namespace {

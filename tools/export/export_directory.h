@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "tools/directory_lock.h"
+#include "tools/system/directory_lock.h"
 
 namespace depth_io::tools {
 

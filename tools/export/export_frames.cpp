@@ -4,7 +4,7 @@
 #include <cmath>
 #include <unordered_set>
 
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
 
 namespace depth_io::tools {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tools/export/export_arguments.h"
-#include "tools/recording.h"
+#include "tools/recording/recording.h"
 
 namespace depth_io::tools {
 

@@ -1,7 +1,7 @@
-#include "tools/depth_units.h"
 #include "tools/export/export_description.h"
-#include "tools/frame_time.h"
-#include "tools/output.h"
+#include "tools/frame/depth_units.h"
+#include "tools/frame/frame_time.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

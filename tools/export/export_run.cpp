@@ -4,18 +4,18 @@
 #include <optional>
 #include <utility>
 
-#include "tools/depth_units.h"
 #include "tools/export/export_description.h"
 #include "tools/export/export_directory.h"
 #include "tools/export/frame_export.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/frame_time.h"
-#include "tools/interruption.h"
-#include "tools/json_text.h"
-#include "tools/output.h"
-#include "tools/progress_bar.h"
-#include "tools/work_in_order.h"
+#include "tools/frame/depth_units.h"
+#include "tools/frame/frame_time.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/interruption.h"
+#include "tools/system/json_text.h"
+#include "tools/system/output.h"
+#include "tools/system/progress_bar.h"
+#include "tools/system/work_in_order.h"
 
 namespace depth_io::tools {
 namespace {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/camera_model.h"
 #include "tools/export/export_frames.h"
-#include "tools/frame_reader.h"
+#include "tools/frame/camera_model.h"
+#include "tools/recording/frame_reader.h"
 
 namespace depth_io::tools {
 

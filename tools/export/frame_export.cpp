@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "tools/frame_check.h"
-#include "tools/whole_file.h"
+#include "tools/export/whole_file.h"
+#include "tools/recording/frame_check.h"
 
 namespace depth_io::tools {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tools/export/exporter.h"
-#include "tools/library_log.h"
+#include "tools/system/library_log.h"
 
 namespace depth_io::tools {
 

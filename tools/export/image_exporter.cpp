@@ -1,12 +1,12 @@
 #include <nlohmann/json.hpp>
 
-#include "tools/colour_jpeg.h"
-#include "tools/depth_units.h"
 #include "tools/export/exporter.h"
-#include "tools/files.h"
-#include "tools/frame_time.h"
-#include "tools/output.h"
-#include "tools/png_file.h"
+#include "tools/frame/depth_units.h"
+#include "tools/frame/frame_time.h"
+#include "tools/picture/colour_jpeg.h"
+#include "tools/picture/png_file.h"
+#include "tools/system/files.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

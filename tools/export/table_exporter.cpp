@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "tools/export/exporter.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/frame_statistics.h"
-#include "tools/frame_time.h"
-#include "tools/output.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/frame_statistics.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

@@ -4,15 +4,15 @@
 #include <cstring>
 #include <memory>
 
-#include "tools/child_process.h"
-#include "tools/depth_units.h"
 #include "tools/export/exporter.h"
-#include "tools/failure.h"
-#include "tools/files.h"
-#include "tools/interruption.h"
-#include "tools/library_log.h"
-#include "tools/matroska_stream.h"
-#include "tools/output.h"
+#include "tools/export/matroska_stream.h"
+#include "tools/frame/depth_units.h"
+#include "tools/system/child_process.h"
+#include "tools/system/failure.h"
+#include "tools/system/files.h"
+#include "tools/system/interruption.h"
+#include "tools/system/library_log.h"
+#include "tools/system/output.h"
 
 namespace depth_io::tools {
 namespace {

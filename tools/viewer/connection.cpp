@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tools/interruption.h"
+#include "tools/system/interruption.h"
 
 namespace depth_io::tools {
 namespace {

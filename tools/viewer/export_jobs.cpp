@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 #include "tools/viewer/refused.h"
 #include "tools/viewer/request_rules.h"
 #include "tools/viewer/terminal_program.h"

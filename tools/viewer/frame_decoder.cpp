@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "codec/frame_reader.h"
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 
 namespace depth_io::tools {
 

@@ -5,9 +5,9 @@
 #include <nlohmann/json.hpp>
 
 #include "codec/frame_names.h"
-#include "tools/frame_check.h"
-#include "tools/frame_statistics.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/frame_check.h"
+#include "tools/recording/frame_statistics.h"
 
 namespace depth_io::tools {
 namespace {

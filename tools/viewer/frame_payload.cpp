@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 
 namespace depth_io::tools {
 namespace {

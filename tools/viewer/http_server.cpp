@@ -4,7 +4,7 @@
 #include <chrono>
 #include <cstring>
 
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 #include "tools/viewer/connection.h"
 
 namespace depth_io::tools {

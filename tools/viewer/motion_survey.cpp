@@ -4,7 +4,7 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "tools/frame.h"
+#include "tools/frame/frame.h"
 #include "tools/viewer/coarse_to_fine.h"
 
 namespace depth_io::tools {

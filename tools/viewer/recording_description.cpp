@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "tools/frame.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame.h"
+#include "tools/frame/frame_time.h"
 #include "tools/viewer/viewed_recording.h"
 
 namespace depth_io::tools {

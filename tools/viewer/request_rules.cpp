@@ -7,7 +7,7 @@
 #include <charconv>
 #include <utility>
 
-#include "tools/failure.h"
+#include "tools/system/failure.h"
 
 namespace depth_io::tools {
 namespace {

@@ -13,8 +13,8 @@
 #include <cstring>
 #include <thread>
 
-#include "tools/failure.h"
-#include "tools/interruption.h"
+#include "tools/system/failure.h"
+#include "tools/system/interruption.h"
 
 extern char** environ;
 

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "codec/console.h"
-#include "tools/failure.h"
-#include "tools/interruption.h"
+#include "tools/system/failure.h"
+#include "tools/system/interruption.h"
 
 namespace depth_io::tools {
 namespace {

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <string>
 
-#include "tools/library_log.h"
-#include "tools/recording.h"
+#include "tools/recording/recording.h"
+#include "tools/system/library_log.h"
 
 namespace depth_io::tools {
 

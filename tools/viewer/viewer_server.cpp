@@ -10,9 +10,9 @@
 #include <string_view>
 
 #include "codec/frame_names.h"
-#include "tools/files.h"
-#include "tools/frame_check.h"
-#include "tools/frame_time.h"
+#include "tools/frame/frame_time.h"
+#include "tools/recording/frame_check.h"
+#include "tools/system/files.h"
 #include "tools/viewer/answers.h"
 #include "tools/viewer/frame_facts.h"
 #include "tools/viewer/frame_payload.h"

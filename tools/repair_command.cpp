@@ -78,9 +78,7 @@ class Repair {
   }
 
   std::vector<std::string> listed(const std::string& folder) const {
-    auto names = sorted_names(path(folder));
-    if (!names) throw Failure("cannot list '" + path(folder) + "'");
-    return std::move(*names);
+    return listed_names(path(folder));
   }
 
   Catalogue read_catalogue() const {

@@ -78,12 +78,11 @@ ExportDirectory::ExportDirectory(std::string path, const std::string& recording,
 }
 
 void ExportDirectory::read_earlier() {
-  const auto names = sorted_names(path_);
-  if (!names) throw Failure("cannot list '" + path_ + "'");
+  const std::vector<std::string> names = listed_names(path_);
   constexpr std::size_t kSizeLimit = std::size_t{16} << 20U;
   const auto text = read_regular_file(path_ + "/" + kDescription, kSizeLimit);
   if (!text) {
-    for (const std::string& name : *names) {
+    for (const std::string& name : names) {
       if (name == std::string(kDescription) + ".part") continue;
       throw Failure("'" + path_ + "' holds something else than an export ('" + name +
                     "'); give an empty directory");

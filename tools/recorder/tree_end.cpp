@@ -52,17 +52,16 @@ bool holds_no_frame(const std::string& directory, const std::vector<std::string>
 }  // namespace
 
 bool check_contents(const std::string& directory, bool may_append) {
-  const auto names = sorted_names(directory);
-  if (!names) throw Failure("cannot look into '" + directory + "'");
-  if (names->empty() || holds_no_frame(directory, *names)) return true;
+  const std::vector<std::string> names = listed_names(directory);
+  if (names.empty() || holds_no_frame(directory, names)) return true;
   if (!may_append) {
     throw UsageFailure("'" + directory +
                        "' is not empty; recordings are not mixed (--append goes on with a tree)");
   }
-  const bool has_other_layout = std::any_of(names->begin(), names->end(), [](const auto& name) {
+  const bool has_other_layout = std::any_of(names.begin(), names.end(), [](const auto& name) {
     return is_numbered_folder(name) || frame_file(name).has_value();
   });
-  bool is_tree = std::any_of(names->begin(), names->end(), is_day_folder);
+  bool is_tree = std::any_of(names.begin(), names.end(), is_day_folder);
   // A run that was ended before its first frame left a description only.
   if (!is_tree) {
     const std::optional<RecordingInfo> info = read_recording_info(directory);

@@ -248,7 +248,7 @@ void put_recording_info_aside(const std::string& directory) {
 
 std::vector<RecordingInfo> read_all_recording_infos(const std::string& directory) {
   std::vector<RecordingInfo> infos;
-  for (const std::string& name : sorted_names(directory).value_or(std::vector<std::string>())) {
+  for (const std::string& name : listed_names(directory)) {
     const bool is_earlier = name.starts_with(kEarlierPrefix) && name.ends_with(kEnding);
     if (!is_earlier && name != kName) continue;
     if (auto info = read_info_file(directory + "/" + name)) infos.push_back(std::move(*info));

@@ -104,7 +104,7 @@ bool recorded_nothing(const RecordingInfo& info);
 void put_recording_info_aside(const std::string& directory);
 
 /// The descriptions of all runs that recorded into a directory, by their start. Throws `Failure`
-/// when one of them is damaged.
+/// when one of them is damaged or the directory cannot be listed.
 std::vector<RecordingInfo> read_all_recording_infos(const std::string& directory);
 
 }  // namespace depth_io::tools

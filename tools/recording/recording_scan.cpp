@@ -21,15 +21,14 @@ class Scanner {
       : directory_(directory), range_(folders) {}
 
   RecordingScan scan() {
-    const auto names = sorted_names(directory_);
-    if (!names) throw Failure("cannot list '" + directory_ + "'");
-    add_frames("", *names);
+    const std::vector<std::string> names = listed_names(directory_);
+    add_frames("", names);
     note_layout(Layout::kFlat);
-    for (const std::string& name : *names) {
+    for (const std::string& name : names) {
       if (is_numbered_folder(name)) add_folder(name + "/");
     }
     note_layout(Layout::kNumbered);
-    for (const std::string& name : *names) {
+    for (const std::string& name : names) {
       if (is_day_folder(name)) scan_day(name);
     }
     note_layout(Layout::kTree);

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "tools/system/failure.h"
 
@@ -152,6 +153,13 @@ std::optional<std::vector<std::string>> sorted_names(const std::string& director
   if (errno != 0) return {};
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::vector<std::string> listed_names(const std::string& directory) {
+  auto names = sorted_names(directory);
+  if (names) return std::move(*names);
+  const std::string reason = std::strerror(errno);
+  throw Failure("cannot list '" + directory + "': " + reason);
 }
 
 void make_directories(const std::string& path) {

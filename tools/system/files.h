@@ -32,6 +32,9 @@ std::optional<std::uintmax_t> regular_file_size(const std::string& path);
 /// listed.
 std::optional<std::vector<std::string>> sorted_names(const std::string& directory);
 
+/// The same; throws `Failure` when it cannot be listed.
+std::vector<std::string> listed_names(const std::string& directory);
+
 /// Makes a directory and those above it. Throws `Failure`.
 void make_directories(const std::string& path);
 

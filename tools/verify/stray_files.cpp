@@ -57,9 +57,12 @@ class StraySearch {
     return std::filesystem::is_directory(recording_.directory() + "/" + name, error);
   }
 
-  /// Folders that cannot be listed are told of by the recording.
+  /// The recording tells of folders that cannot be listed; what failed only now nobody knows of
+  /// yet.
   std::vector<std::string> names_in(const std::string& folder) const {
-    return sorted_names(recording_.directory() + "/" + folder).value_or(std::vector<std::string>());
+    const std::string path = recording_.directory() + "/" + folder;
+    if (!recording_.has_unreadable_folders()) return listed_names(path);
+    return sorted_names(path).value_or(std::vector<std::string>());
   }
 
   void look_through_root() {

@@ -88,6 +88,17 @@ TEST(RecordingScan, FoldersOutsideARangeAreNotLookedInto) {
               ElementsAre("2013-04-05/14h/07mn/2013-04-05T14-07-09.000000-depth"));
 }
 
+TEST(RecordingScan, FoldersThatCannotBeLookedAtAreTold) {
+  const TempDirectory directory;
+  add_file(directory, "2013-04-05/14h/07mn/2013-04-05T14-07-09.000000-depth.rle");
+  add_file(directory, "2013-04-05/15h");
+  fs::create_symlink("08mn", directory.file("2013-04-05/14h/08mn"));
+  fs::create_symlink("nowhere", directory.file("2013-04-05/14h/09mn"));
+  const RecordingScan scan = scan_recording(directory.path(), {});
+  EXPECT_EQ(scan.frames.size(), 1U);
+  EXPECT_THAT(scan.unreadable_folders, ElementsAre("2013-04-05/14h/08mn/"));
+}
+
 TEST(RecordingScan, ADirectoryThatIsNotThereIsAFailure) {
   EXPECT_THROW(scan_recording("/nowhere/at/all", {}), Failure);
 }

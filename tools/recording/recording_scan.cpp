@@ -62,7 +62,9 @@ class Scanner {
   std::vector<std::string> names_in(const std::string& folder) {
     const std::string path = directory_ + "/" + folder;
     std::error_code error;
-    if (!fs::is_directory(path, error)) return {};
+    const fs::file_type type = fs::status(path, error).type();
+    const bool can_be_told = type != fs::file_type::none;
+    if (can_be_told && type != fs::file_type::directory) return {};
     auto names = sorted_names(path);
     if (!names) scan_.unreadable_folders.push_back(folder);
     return std::move(names).value_or(std::vector<std::string>());

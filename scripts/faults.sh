@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds, then has each call of the C library fail that recording, playing and listing make and that
 # depthrw makes below its directory: one after the other, with every error, once and from then on.
-# This takes most of an hour; the tests try each call with one error, and leave out many. Prints a line for each
+# This takes some twenty minutes; the tests try each call with one error, and leave out many. Prints a line for each
 # kind of call and the sum of the faults injected; fails when one of them did harm.
 # Usage: scripts/faults.sh [FILTER]   (of the tests, as --gtest_filter takes it; default: all)
 set -euo pipefail

@@ -3,7 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "tools/frame/frame.h"
 #include "tools/frame/frame_time.h"
@@ -71,6 +73,19 @@ void print_spread(const char* name, const Spread& spread) {
   write_data("%-10s %14.1f a frame, %ld at most\n", name, spread.mean(), spread.most);
 }
 
+/// By the names of the files' fields: which of them belongs to rows and which to columns is the
+/// format's own.
+void print_cameras(const std::vector<RecordingInfo>& runs) {
+  std::set<int> types;
+  for (const RecordingInfo& run : runs) types.insert(run.camera_type);
+  for (const int type : types) {
+    const Intrinsics camera = intrinsics_of(type);
+    write_data("camera     type %d: a11 %g, a22 %g, cx %g, cy %g (pixels)\n", type,
+               static_cast<double>(camera.a11), static_cast<double>(camera.a22),
+               static_cast<double>(camera.cx), static_cast<double>(camera.cy));
+  }
+}
+
 /// Nothing is known of recordings that the program did not make.
 void print_runs(const Recording& recording) {
   constexpr std::size_t kMostShown = 20;
@@ -82,12 +97,7 @@ void print_runs(const Recording& recording) {
                run.complete ? "" : ", not ended properly");
   }
   if (runs.size() > kMostShown) write_data("           and %zu more\n", runs.size() - kMostShown);
-  if (runs.empty()) return;
-  const int type = runs.front().camera_type;
-  const Intrinsics camera = intrinsics_of(type);
-  write_data("camera     type %d: focal lengths %g and %g, principal point %g, %g (pixels)\n", type,
-             static_cast<double>(camera.a11), static_cast<double>(camera.a22),
-             static_cast<double>(camera.cx), static_cast<double>(camera.cy));
+  print_cameras(runs);
 }
 
 void print_lines(const Recording& recording, const RecordingStatistics& all) {

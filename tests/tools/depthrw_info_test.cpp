@@ -101,7 +101,7 @@ TEST_F(DepthrwInfo, LinesSayTheSame) {
         "last       2014-01-01 00:00:00.034  (0.067 s later)", "gaps       0 ", "colour ",
         "labels ", "records ",
         "run        2013-12-31 23:59:59.967  3 frames of synthetic, trigger always",
-        "camera     type 0: focal lengths 528.014 and 528.014"}) {
+        "camera     type 0: a11 528.014, a22 528.014, cx 320, cy 267 (pixels)"}) {
     EXPECT_THAT(result.output, HasSubstr(text));
   }
   EXPECT_EQ(result.messages, "");
@@ -109,7 +109,11 @@ TEST_F(DepthrwInfo, LinesSayTheSame) {
 
 TEST_F(DepthrwInfo, TellsHowEachRunWasMade) {
   record("tree", "2", {"--no-colour", "--start", "2013-12-31T23:59:59.000"});
-  record("tree", "3", {"--no-colour", "--append", "--start", "2014-01-02T00:00:00.000"});
+  record("tree", "3",
+         {"--no-colour", "--append", "--start", "2014-01-02T00:00:00.000", "--camera-type", "1"});
+  const std::string lines = run_program({"info", path("rec")}).output;
+  EXPECT_THAT(lines, HasSubstr("camera     type 0: "));
+  EXPECT_THAT(lines, HasSubstr("camera     type 1: a11 533, a22 533, cx 240, cy 320"));
   const json runs = info_of(path("rec"))["runs"];
   ASSERT_EQ(runs.size(), 2U);
   EXPECT_EQ(runs[0]["frames"]["recorded"], 2);

@@ -63,6 +63,19 @@ std::unique_ptr<CaptureEngine> make_flat_engine(const EngineSettings& settings);
 std::unique_ptr<CaptureEngine> make_numbered_engine(const EngineSettings& settings);
 std::unique_ptr<CaptureEngine> make_tree_engine(const EngineSettings& settings);
 
+/// The engine's own triggers, which all generations set alike.
+template <typename Engine>
+void set_triggers(Engine& engine, const RecordingInfo& recording) {
+  if (recording.motion_percent) {
+    engine.USE_FRAME_DIFF = true;
+    engine.threshold_pct_motion = static_cast<float>(*recording.motion_percent);
+  }
+  if (recording.every) {
+    engine.Record_period = true;
+    engine.Record_period_gap = static_cast<int>(*recording.every);
+  }
+}
+
 /// Marks the pixels of a depth map ([480*640] metres) that have depth, for the motion measure.
 void mark_readings(const float* depth, bool* has_depth);
 

@@ -21,14 +21,7 @@ class FlatEngine final : public CaptureEngine {
     engine_.VERIFICATION = settings.verify_writes ? 1 : 0;
     engine_.start_recording(directory_.data(), depth_stem_.data(), colour_stem_.data(),
                             kNumberDigits);
-    if (recording_.motion_percent) {
-      engine_.USE_FRAME_DIFF = true;
-      engine_.threshold_pct_motion = static_cast<float>(*recording_.motion_percent);
-    }
-    if (recording_.every) {
-      engine_.Record_period = true;
-      engine_.Record_period_gap = static_cast<int>(*recording_.every);
-    }
+    set_triggers(engine_, recording_);
   }
 
   bool capture(Frame& frame, const Shot& shot, bool request) override {

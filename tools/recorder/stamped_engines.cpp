@@ -74,14 +74,7 @@ class StampedEngine : public CaptureEngine {
     parameters.SetMaxFPS(static_cast<float>(recording_.max_fps.value_or(kNoRateLimit)));
     if (!engine_.Construct(parameters)) throw Failure("the recording engine cannot be set up");
     engine_.VERIFICATION = verify_writes ? 1 : 0;
-    if (recording_.motion_percent) {
-      engine_.USE_FRAME_DIFF = true;
-      engine_.threshold_pct_motion = static_cast<float>(*recording_.motion_percent);
-    }
-    if (recording_.every) {
-      engine_.Record_period = true;
-      engine_.Record_period_gap = static_cast<int>(*recording_.every);
-    }
+    set_triggers(engine_, recording_);
   }
 
   /// Called before a frame of that moment is captured, and after one was written.

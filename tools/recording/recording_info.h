@@ -84,6 +84,7 @@ struct RecordingInfo {
   std::uint64_t readings_cut = 0;
 };
 
+/// As JSON; the caller holds a `JsonMemory`.
 nlohmann::ordered_json recording_json(const RecordingInfo& info);
 
 /// Its text, as in the file.
